@@ -1,0 +1,83 @@
+#ifndef CLIENT_WRAPPER_INCLUDE_FLUTTER_ENCODABLE_VALUE_H_
+#define CLIENT_WRAPPER_INCLUDE_FLUTTER_ENCODABLE_VALUE_H_
+
+#include <any>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <typeinfo>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace flutter {
+
+class EncodableValue;
+
+/// A list of values, as Dart's List.
+using EncodableList = std::vector<EncodableValue>;
+
+/// A map of values, as Dart's Map, kept and sent in the order of its keys (see EncodableValue).
+using EncodableMap = std::map<EncodableValue, EncodableValue>;
+
+/// An object of a type of the application's own, for a codec that was extended to carry it.
+///
+/// Two custom values are never equal: each stands for itself alone, ordered by its address.
+class CustomEncodableValue {
+ public:
+  template <typename T, typename = std::enable_if_t<!std::is_same_v<std::decay_t<T>, CustomEncodableValue>>>
+  explicit CustomEncodableValue(T&& object) : object_(std::forward<T>(object)) {}
+
+  const std::type_info& type() const { return object_.type(); }
+  const std::any& object() const { return object_; }
+
+  bool operator<(const CustomEncodableValue& other) const { return std::less<>()(this, &other); }
+  bool operator==(const CustomEncodableValue& other) const { return this == &other; }
+
+ private:
+  std::any object_;
+};
+
+namespace internal {
+
+// The order of the alternatives is the order of values of different types, and the codec goes by it.
+using EncodableVariant = std::variant<std::monostate,            //  0: null
+                                      bool,                      //  1
+                                      int32_t,                   //  2
+                                      int64_t,                   //  3
+                                      double,                    //  4
+                                      std::string,               //  5: UTF-8
+                                      std::vector<uint8_t>,      //  6
+                                      std::vector<int32_t>,      //  7
+                                      std::vector<int64_t>,      //  8
+                                      std::vector<double>,       //  9
+                                      EncodableList,             // 10
+                                      EncodableMap,              // 11
+                                      CustomEncodableValue,      // 12
+                                      std::vector<float>>;       // 13
+
+}  // namespace internal
+
+/// A value of a channel message: null, a boolean, a number, a string, a typed list, a list or a map.
+///
+/// It is a std::variant; std::get, std::get_if and std::holds_alternative read it. Nothing is converted on the
+/// way: a Dart int arrives as int32_t, or as int64_t when it needs one, a Dart double as double. Values are
+/// ordered by alternative first, then as the alternative orders itself.
+class EncodableValue : public internal::EncodableVariant {
+ public:
+  EncodableValue() = default;
+
+  /// Holds the alternative whose type `value` has, or the only one it converts to without loss.
+  template <typename T, typename = std::enable_if_t<!std::is_base_of_v<EncodableValue, std::decay_t<T>> &&
+                                                    std::is_constructible_v<internal::EncodableVariant, T>>>
+  EncodableValue(T&& value) : internal::EncodableVariant(std::forward<T>(value)) {}  // NOLINT: meant to convert
+
+  EncodableValue(const char* text) : internal::EncodableVariant(std::string(text)) {}  // NOLINT: meant to convert
+
+  bool IsNull() const { return std::holds_alternative<std::monostate>(*this); }
+};
+
+}  // namespace flutter
+
+#endif  // CLIENT_WRAPPER_INCLUDE_FLUTTER_ENCODABLE_VALUE_H_
