@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Builds and runs all tests, as shipped and then under the sanitizers; installs what is missing first. Further
+# arguments go to ctest, for example `./test.sh -R StandardCodec`.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+scripts/install_packages.sh build test
+for preset in release asan; do
+  echo "== $preset =="
+  scripts/build.sh "$preset"
+  ctest --preset "$preset" --parallel "$(nproc)" "$@"
+done
