@@ -179,7 +179,7 @@ bool HasRegisteredTexture(const OrbiskState& state) { return g_registrar != null
 // ---- Pixel-buffer texture ----------------------------------------------------------------------------------
 
 // Null where the byte count has wrapped around to less than such a frame has: the engine would copy past the end.
-// A count that is negative throws std::bad_array_new_length.
+// A count that is negative throws std::bad_alloc.
 std::unique_ptr<FlutterDesktopPixelBuffer> MakePixelBuffer(int width, int height) {
   const size_t byte_count = FrameByteCount(width, height, 4);
   auto pixels = std::make_unique<uint8_t[]>(byte_count);

@@ -378,6 +378,7 @@ void EGLRenderer::readPixels(unsigned char* buffer, int width, int height) {
   const GLenum error = glGetError();
   if (error != GL_NO_ERROR) LogFailure("readPixels: glReadPixels error: ", Hex{error});
 
+  if (bottomUp.empty()) return;
   const size_t rowBytes = static_cast<size_t>(width) * 4;
   for (int row = 0; row < height; ++row) {
     std::memcpy(buffer + static_cast<size_t>(row) * rowBytes,

@@ -54,7 +54,8 @@ class EGLRenderer {
   void releaseContext();
 
   /// Releases everything; a second call finds nothing. GL objects are deleted in whatever context is current on the
-  /// calling thread; without one they go with the renderer's own context.
+  /// calling thread; without one they go with the renderer's own context. In window mode call `releaseContext` first: a
+  /// surface that is current outlives its X connection.
   void cleanup();
 
   /// Compiles and links the two GLSL ES sources. They meet the renderer in the attributes `a_position` and
