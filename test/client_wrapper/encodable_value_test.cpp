@@ -1,0 +1,133 @@
+#include "flutter/encodable_value.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "message_bytes.h"
+
+namespace client_wrapper_test {
+namespace {
+
+using flutter::CustomEncodableValue;
+using flutter::EncodableList;
+using flutter::EncodableMap;
+using flutter::EncodableValue;
+using ::testing::ElementsAre;
+
+/// One value of each alternative, in the order of the alternatives.
+std::vector<EncodableValue> OneOfEach() {
+  return {EncodableValue(),
+          EncodableValue(true),
+          EncodableValue(int32_t{-7}),
+          EncodableValue(int64_t{-7}),
+          EncodableValue(-7.0),
+          EncodableValue("text"),
+          EncodableValue(std::vector<uint8_t>{1}),
+          EncodableValue(std::vector<int32_t>{1}),
+          EncodableValue(std::vector<int64_t>{1}),
+          EncodableValue(std::vector<double>{1.0}),
+          EncodableValue(EncodableList{EncodableValue(1)}),
+          EncodableValue(EncodableMap{{EncodableValue(1), EncodableValue(1)}}),
+          EncodableValue(CustomEncodableValue(1)),
+          EncodableValue(std::vector<float>{1.0f})};
+}
+
+TEST(EncodableValueTest, AlternativesKeepTheirOrder) {
+  static_assert(std::variant_size_v<flutter::internal::EncodableVariant> == 14);
+  const std::vector<EncodableValue> values = OneOfEach();
+  ASSERT_EQ(values.size(), 14u);
+  for (size_t i = 0; i < values.size(); ++i) EXPECT_EQ(values[i].index(), i);
+}
+
+TEST(EncodableValueTest, DefaultIsNull) {
+  EXPECT_TRUE(EncodableValue().IsNull());
+  EXPECT_TRUE(std::holds_alternative<std::monostate>(EncodableValue()));
+}
+
+TEST(EncodableValueTest, EveryOtherAlternativeIsNotNull) {
+  const std::vector<EncodableValue> values = OneOfEach();
+  for (size_t i = 1; i < values.size(); ++i) EXPECT_FALSE(values[i].IsNull()) << i;
+}
+
+TEST(EncodableValueTest, StringLiteralBecomesAStringAndNoBoolean) {
+  const char* const pointer = "pointer";
+  EXPECT_EQ(std::get<std::string>(EncodableValue("literal")), "literal");
+  EXPECT_EQ(std::get<std::string>(EncodableValue(pointer)), "pointer");
+}
+
+TEST(EncodableValueTest, ListThatGrowsMovesItsElements) {
+  static_assert(std::is_nothrow_move_constructible_v<EncodableValue>);
+  EncodableList list = {EncodableValue(std::string(100, 'a'))};
+  const char* const text = std::get<std::string>(list[0]).data();
+  list.reserve(list.capacity() + 1);
+  EXPECT_EQ(std::get<std::string>(list[0]).data(), text);
+}
+
+TEST(EncodableValueTest, ReadingAnotherAlternativeThrows) {
+  const EncodableValue value(int32_t{1});
+  EXPECT_THROW((void)std::get<int64_t>(value), std::bad_variant_access);
+  EXPECT_THROW((void)std::get<double>(value), std::bad_variant_access);
+}
+
+TEST(EncodableValueTest, EqualNumbersOfDifferentTypesDiffer) {
+  EXPECT_FALSE(EncodableValue(int32_t{1}) == EncodableValue(int64_t{1}));
+  EXPECT_FALSE(EncodableValue(int64_t{1}) == EncodableValue(1.0));
+}
+
+TEST(EncodableValueTest, OrderGoesByAlternativeBeforeContent) {
+  const std::vector<EncodableValue> values = OneOfEach();
+  for (size_t i = 0; i < values.size(); ++i) {
+    for (size_t j = 0; j < values.size(); ++j) {
+      if (i == j) continue;
+      EXPECT_EQ(values[i] < values[j], i < j) << i << " and " << j;
+    }
+  }
+  EXPECT_LT(EncodableValue(int32_t{1000}), EncodableValue(int64_t{-1000}));
+}
+
+TEST(EncodableValueTest, OrderWithinAnAlternativeIsItsOwn) {
+  EXPECT_LT(EncodableValue(false), EncodableValue(true));
+  EXPECT_LT(EncodableValue(int32_t{-1}), EncodableValue(int32_t{1}));
+  EXPECT_LT(EncodableValue("Z"), EncodableValue("a"));
+  EXPECT_LT(EncodableValue("a"), EncodableValue("aa"));
+  EXPECT_LT(EncodableValue(std::vector<uint8_t>{1, 9}), EncodableValue(std::vector<uint8_t>{2}));
+  EXPECT_LT(EncodableValue(EncodableList{EncodableValue("x")}),
+            EncodableValue(EncodableList{EncodableValue("x"), EncodableValue()}));
+}
+
+TEST(EncodableValueTest, MapKeepsItsKeysInTheOrderOfValues) {
+  const EncodableMap map = {{EncodableValue("b"), EncodableValue()},
+                            {EncodableValue(int64_t{0}), EncodableValue()},
+                            {EncodableValue("a"), EncodableValue()},
+                            {EncodableValue(int32_t{5}), EncodableValue()},
+                            {EncodableValue(), EncodableValue()}};
+  std::vector<EncodableValue> keys;
+  for (const auto& [key, mapped] : map) keys.push_back(key);
+  EXPECT_THAT(keys, ElementsAre(EncodableValue(), EncodableValue(int32_t{5}), EncodableValue(int64_t{0}),
+                                EncodableValue("a"), EncodableValue("b")));
+}
+
+TEST(CustomEncodableValueTest, HoldsAnObjectOfAnyType) {
+  const CustomEncodableValue custom(std::string("inside"));
+  EXPECT_TRUE(custom.type() == typeid(std::string));
+  EXPECT_EQ(std::any_cast<std::string>(custom.object()), "inside");
+}
+
+TEST(CustomEncodableValueTest, CopyHoldsTheSameObjectAndNotTheOriginal) {
+  CustomEncodableValue original(std::string("inside"));
+  const CustomEncodableValue copy = original;
+  EXPECT_TRUE(copy.type() == typeid(std::string));
+  EXPECT_EQ(std::any_cast<std::string>(copy.object()), "inside");
+}
+
+TEST(CustomEncodableValueTest, EachEqualsOnlyItself) {
+  const CustomEncodableValue one(1);
+  const CustomEncodableValue other(1);
+  EXPECT_TRUE(one == one);
+  EXPECT_FALSE(one == other);
+  EXPECT_FALSE(one < one);
+  EXPECT_NE(one < other, other < one);
+}
+
+}  // namespace
+}  // namespace client_wrapper_test
