@@ -1,0 +1,403 @@
+// From the path to the JSON text and the BIN data: opening and reading the file, its header, its two chunks.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "test/model/loading.h"
+#include "test/model/read_fault.h"
+
+using glb_builder::Bytes;
+using glb_builder::Floats;
+using glb_builder::Glb;
+using glb_builder::Mesh;
+using glb_builder::TemporaryFolder;
+using glb_builder::Triangle;
+using model_test::kTriangleLog;
+using model_test::Load;
+using model_test::Loaded;
+using model_test::LoadPath;
+using model_test::PreviousModel;
+using model_test::ReadFault;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+namespace {
+
+Glb Good() { return Glb().Add(Triangle()); }
+
+uint32_t JsonSize() { return static_cast<uint32_t>((Good().JsonText().size() + 3) / 4 * 4); }
+uint32_t BinSize() { return static_cast<uint32_t>((Good().BinData().size() + 3) / 4 * 4); }
+
+// ---- The builder itself, so that it and the loader cannot be wrong together -------------------------------
+
+TEST(GlbBuilderTest, AFileIsHeaderPaddedJsonAndPaddedBin) {
+  const Bytes expected = {'g', 'l', 'T', 'F', 2,   0,   0,   0,   40,  0,   0,   0,    // header
+                          4,   0,   0,   0,   'J', 'S', 'O', 'N', '{', '}', ' ', ' ',  // JSON
+                          8,   0,   0,   0,   'B', 'I', 'N', 0,   1,   2,   3,   4,   5, 0, 0, 0};
+  EXPECT_EQ(Glb().Json("{}").Bin({1, 2, 3, 4, 5}).Build(), expected);
+}
+
+TEST(GlbBuilderTest, AMeshBecomesAccessorsAndViewsOfItsOwn) {
+  const Glb glb = Glb().Add(Mesh(Floats({1, 2, 3}).Offset(4))
+                                .Normals(Floats({4, 5, 6}))
+                                .Indices(glb_builder::Ushorts({7}).ViewField("byteStride", "2"))
+                                .Field("name", "\"lid\"")
+                                .Color("1, 0, 0"));
+  EXPECT_EQ(
+      glb.JsonText(),
+      R"({"asset":{"version":"2.0"},)"
+      R"("meshes":[{"name":"lid","primitives":[{"attributes":{"POSITION":0,"NORMAL":1},"indices":2,"material":0}]}],)"
+      R"("materials":[{"pbrMetallicRoughness":{"baseColorFactor":[1, 0, 0]}}],)"
+      R"("accessors":[{"bufferView":0,"byteOffset":4,"componentType":5126,"count":1,"type":"VEC3"},)"
+      R"({"bufferView":1,"componentType":5126,"count":1,"type":"VEC3"},)"
+      R"({"bufferView":2,"componentType":5123,"count":1,"type":"SCALAR"}],)"
+      R"("bufferViews":[{"buffer":0,"byteOffset":0,"byteLength":16},)"
+      R"({"buffer":0,"byteOffset":16,"byteLength":12},)"
+      R"({"byteStride":2,"buffer":0,"byteOffset":28,"byteLength":2}],)"
+      R"("buffers":[{"byteLength":30}]})");
+  EXPECT_EQ(glb.BinData(),
+            (Bytes{0xEE, 0xEE, 0xEE, 0xEE, 0,    0, 0x80, 0x3F, 0,    0, 0x00, 0x40, 0,    0, 0x40,
+                   0x40, 0,    0,    0x80, 0x40, 0, 0,    0xA0, 0x40, 0, 0,    0xC0, 0x40, 7, 0}));
+}
+
+// ---- Files that are refused -------------------------------------------------------------------------------
+
+struct BadFile {
+  std::string name;
+  Bytes file;
+  const char* log;
+};
+
+std::vector<BadFile> BadFiles() {
+  const char* const kHeader = "fail: header\n";
+  const char* const kMagicOrVersion = "fail: magic/version\n";
+  const char* const kNotJson = "fail: first chunk not JSON\n";
+  const char* const kNotBin = "fail: second chunk not BIN\n";
+  const char* const kSilent = "";
+  const uint32_t json = JsonSize();
+  const uint32_t bin = BinSize();
+  const uint32_t kOtherType = 0x58585858;
+  std::vector<BadFile> files = {
+      {"empty", {}, kHeader},
+      {"one byte", Good().TruncatedTo(1).Build(), kHeader},
+      {"eleven bytes", Good().TruncatedTo(11).Build(), kHeader},
+      {"eleven bytes of something else", Good().Magic(0).TruncatedTo(11).Build(), kHeader},
+
+      {"magic in the other byte order", Good().Magic(0x676C5446).Build(), kMagicOrVersion},
+      {"magic of another case", Good().Magic(0x46544C47).Build(), kMagicOrVersion},
+      {"magic off by its last byte", Good().Magic(0x47546C67).Build(), kMagicOrVersion},
+      {"version 0", Good().Version(0).Build(), kMagicOrVersion},
+      {"version 1", Good().Version(1).Build(), kMagicOrVersion},
+      {"version 3", Good().Version(3).Build(), kMagicOrVersion},
+      {"version 2 in the other byte order", Good().Version(0x02000000).Build(), kMagicOrVersion},
+      {"version 2 in its lower half alone", Good().Version(0x00010002).Build(), kMagicOrVersion},
+      {"magic and version", Good().Magic(0).Version(1).Build(), kMagicOrVersion},
+      {"twelve bytes of something else", Good().Magic(0).TruncatedTo(12).Build(), kMagicOrVersion},
+
+      {"JSON one byte longer than the file", Good().WithoutBin().JsonLength(json + 1).Build(), kSilent},
+      {"JSON one byte longer than the file, other type",
+       Good().WithoutBin().JsonLength(json + 1).JsonType(kOtherType).Build(), kSilent},
+      {"JSON length 2^32 - 1", Good().JsonLength(0xFFFFFFFF).Build(), kSilent},
+      {"JSON length that wraps to the header", Good().JsonLength(0xFFFFFFEC).Build(), kSilent},
+      {"JSON length that wraps to itself", Good().JsonLength(0xFFFFFFF0).JsonType(kOtherType).Build(),
+       kSilent},
+      {"JSON length 2^31", Good().JsonLength(0x80000000).Build(), kSilent},
+
+      {"first chunk of another type", Good().JsonType(kOtherType).Build(), kNotJson},
+      {"first chunk in lower case", Good().JsonType(0x6E6F736A).Build(), kNotJson},
+      {"first chunk is BIN", Good().JsonType(0x004E4942).Build(), kNotJson},
+      {"first chunk of another type, alone", Good().JsonType(kOtherType).WithoutBin().Build(), kNotJson},
+      {"first chunk of another type, BIN too long",
+       Good().JsonType(kOtherType).BinLength(0xFFFFFFFF).BinType(kOtherType).Build(), kNotJson},
+
+      {"no BIN", Good().WithoutBin().Build(), kSilent},
+      {"no BIN and no JSON text", Glb().Json("").WithoutBin().Build(), kSilent},
+      {"BIN length alone", Good().TruncatedTo(20 + json + 4).Build(), kSilent},
+      {"seven bytes of BIN header", Good().TruncatedTo(20 + json + 7).Build(), kSilent},
+      {"BIN one byte longer than the file", Good().BinLength(bin + 1).Build(), kSilent},
+      {"BIN one byte longer than the file, other type", Good().BinLength(bin + 1).BinType(kOtherType).Build(),
+       kSilent},
+      {"BIN length 2^32 - 1", Good().BinLength(0xFFFFFFFF).Build(), kSilent},
+      {"BIN length that wraps to the JSON", Good().BinLength(0xFFFFFFF8 - json).Build(), kSilent},
+      {"BIN length 2^31", Good().BinLength(0x80000000).Build(), kSilent},
+
+      {"second chunk of another type", Good().BinType(kOtherType).Build(), kNotBin},
+      {"second chunk with a space for the zero", Good().BinType(0x204E4942).Build(), kNotBin},
+      {"second chunk is JSON", Good().BinType(0x4E4F534A).Build(), kNotBin},
+      {"second chunk of another type, empty", Good().Bin({}).BinType(kOtherType).Build(), kNotBin},
+      {"BIN as the third chunk",
+       Good()
+           .BinLength(4)
+           .BinType(kOtherType)
+           .Bin({0, 0, 0, 0, 4, 0, 0, 0, 'B', 'I', 'N', 0, 1, 2, 3, 4})
+           .Build(),
+       kNotBin},
+  };
+  for (size_t size = 12; size < 20; ++size) {
+    files.push_back(
+        {"a good header cut to " + std::to_string(size), Good().TruncatedTo(size).Build(), kSilent});
+  }
+  return files;
+}
+
+class BadFileTest : public ::testing::Test {
+ protected:
+  TemporaryFolder folder_;
+};
+
+TEST_F(BadFileTest, FailsWithItsMessageOrSilentlyAndLeavesTheModelEmpty) {
+  for (const BadFile& bad : BadFiles()) {
+    SCOPED_TRACE(bad.name);
+    GLBModel model = PreviousModel();
+    std::string log;
+    EXPECT_FALSE(load_glb_model(folder_.Write("bad.glb", bad.file), model, &log));
+    EXPECT_EQ(log, bad.log);
+    EXPECT_THAT(model.meshes, IsEmpty());
+  }
+}
+
+TEST_F(BadFileTest, FailsTheSameWithoutALog) {
+  for (const BadFile& bad : BadFiles()) {
+    SCOPED_TRACE(bad.name);
+    GLBModel model = PreviousModel();
+    EXPECT_FALSE(load_glb_model(folder_.Write("bad.glb", bad.file), model, nullptr));
+    EXPECT_THAT(model.meshes, IsEmpty());
+  }
+}
+
+TEST_F(BadFileTest, LeavesWhatTheLogHeldBefore) {
+  for (const BadFile& bad : BadFiles()) {
+    SCOPED_TRACE(bad.name);
+    GLBModel model;
+    std::string log = "Trying: bad.glb\n";
+    EXPECT_FALSE(load_glb_model(folder_.Write("bad.glb", bad.file), model, &log));
+    EXPECT_EQ(log, std::string("Trying: bad.glb\n") + bad.log);
+  }
+}
+
+TEST(GlbContainerTest, EveryPrefixOfAGoodFileFailsByItsHeaderOrSilently) {
+  const Bytes file = Good().Unpadded().Build();
+  const TemporaryFolder folder;
+  for (size_t size = 0; size < file.size(); ++size) {
+    SCOPED_TRACE(size);
+    const Loaded loaded = LoadPath(folder.Write("prefix.glb", Bytes(file.data(), file.data() + size)));
+    EXPECT_FALSE(loaded.ok);
+    EXPECT_EQ(loaded.log, size < 12 ? "fail: header\n" : "");
+    EXPECT_THAT(loaded.model.meshes, IsEmpty());
+  }
+  EXPECT_EQ(Load(file).log, kTriangleLog);
+}
+
+// ---- Paths that cannot be read ----------------------------------------------------------------------------
+
+class UnreadablePathTest : public ::testing::Test {
+ protected:
+  void ExpectReadFailure(const std::string& path) {
+    GLBModel model = PreviousModel();
+    std::string log;
+    EXPECT_FALSE(load_glb_model(path, model, &log));
+    EXPECT_EQ(log, "fail: read file\n");
+    EXPECT_THAT(model.meshes, IsEmpty());
+    EXPECT_FALSE(load_glb_model(path, model, nullptr));
+  }
+
+  TemporaryFolder folder_;
+};
+
+TEST_F(UnreadablePathTest, AMissingFile) { ExpectReadFailure(folder_.PathOf("missing.glb")); }
+
+TEST_F(UnreadablePathTest, AnEmptyPath) { ExpectReadFailure(""); }
+
+TEST_F(UnreadablePathTest, AFileOfAMissingFolder) { ExpectReadFailure(folder_.PathOf("missing/model.glb")); }
+
+TEST_F(UnreadablePathTest, AFileTakenForAFolder) {
+  ExpectReadFailure(folder_.Write("model.glb", Good()) + "/model.glb");
+}
+
+TEST_F(UnreadablePathTest, ALinkThatLeadsNowhere) {
+  const std::string link = folder_.PathOf("link.glb");
+  ASSERT_EQ(symlink("missing.glb", link.c_str()), 0);
+  ExpectReadFailure(link);
+}
+
+TEST_F(UnreadablePathTest, AFolder) {
+  folder_.Write("model.glb/model.glb", Good());
+  ExpectReadFailure(folder_.PathOf("model.glb"));
+  ExpectReadFailure(folder_.PathOf("model.glb/"));
+  ExpectReadFailure("/");
+  ExpectReadFailure(".");
+}
+
+TEST_F(UnreadablePathTest, ALinkToAFolder) {
+  const std::string link = folder_.PathOf("link.glb");
+  ASSERT_EQ(symlink(folder_.path().c_str(), link.c_str()), 0);
+  ExpectReadFailure(link);
+}
+
+TEST_F(UnreadablePathTest, AFileWithoutPermission) {
+  const std::string path = folder_.Write("model.glb", Good());
+  ASSERT_EQ(chmod(path.c_str(), 0), 0);
+  ASSERT_EQ(chmod(folder_.path().c_str(), 0755), 0);
+  // Nothing is forbidden to root: the file is opened as nobody then.
+  const bool is_root = geteuid() == 0;
+  if (is_root && seteuid(65534) != 0) GTEST_SKIP() << "root, and unable to become anyone else";
+  ExpectReadFailure(path);
+  ASSERT_EQ(is_root ? seteuid(0) : 0, 0);
+}
+
+TEST_F(UnreadablePathTest, IsNotLookedForAnywhereElse) {
+  folder_.Write("data/flutter_assets/model.glb", Good());
+  folder_.Write("other.glb", Good());
+  ExpectReadFailure(folder_.PathOf("model.glb"));
+  ExpectReadFailure(folder_.PathOf("other"));
+}
+
+TEST_F(UnreadablePathTest, ThreeAttemptsWithOneLogCollectTheirMessages) {
+  const std::string cut = folder_.Write("cut.glb", Good().TruncatedTo(3));
+  const std::string good = folder_.Write("good.glb", Good());
+  GLBModel model;
+  std::string log;
+  EXPECT_FALSE(load_glb_model(folder_.PathOf("missing.glb"), model, &log));
+  EXPECT_FALSE(load_glb_model(cut, model, &log));
+  EXPECT_TRUE(load_glb_model(good, model, &log));
+  EXPECT_EQ(log, std::string("fail: read file\nfail: header\n") + kTriangleLog);
+  EXPECT_EQ(model.meshes.size(), 1u);
+}
+
+// ---- Files that are read ----------------------------------------------------------------------------------
+
+TEST(GlbContainerTest, WhatIsNotLookedAtMakesNoDifference) {
+  const uint32_t json = JsonSize();
+  const struct {
+    const char* name;
+    Glb glb;
+  } kFiles[] = {
+      {"as it should be", Good()},
+      {"total length 0", Good().TotalLength(0)},
+      {"total length too small", Good().TotalLength(20)},
+      {"total length one too large", Good().TotalLength(20 + json + 8 + BinSize() + 1)},
+      {"total length 2^32 - 1", Good().TotalLength(0xFFFFFFFF)},
+      {"a byte behind BIN", Good().Trailing({1})},
+      {"what looks like a BIN header behind BIN",
+       Good().Trailing({0xFF, 0xFF, 0xFF, 0xFF, 'B', 'I', 'N', 0})},
+      {"a third chunk that is too long", Good().Trailing({0xFF, 0xFF, 0xFF, 0xFF, 'X', 'X', 'X', 'X'})},
+      {"BIN ends before the file", Good().BinLength(static_cast<uint32_t>(Good().BinData().size()))},
+  };
+  for (const auto& row : kFiles) {
+    SCOPED_TRACE(row.name);
+    const Loaded loaded = Load(row.glb);
+    EXPECT_TRUE(loaded.ok);
+    EXPECT_EQ(loaded.log, kTriangleLog);
+    ASSERT_EQ(loaded.model.meshes.size(), 1u);
+    EXPECT_EQ(loaded.model.meshes[0].positions, glb_builder::kTrianglePositions);
+    EXPECT_THAT(loaded.model.meshes[0].indices, ElementsAre(0, 1, 2));
+  }
+}
+
+TEST(GlbContainerTest, AGoodFileLoadsWithoutALog) {
+  const TemporaryFolder folder;
+  GLBModel model;
+  EXPECT_TRUE(load_glb_model(folder.Write("model.glb", Good()), model, nullptr));
+  EXPECT_EQ(model.meshes.size(), 1u);
+}
+
+TEST(GlbContainerTest, TheFilesNameDoesNotMatter) {
+  const TemporaryFolder folder;
+  for (const char* name : {"model", "model.bin", "MODEL.GLB", " ", "mod\xC3\xA8le.gltf", ".glb"}) {
+    EXPECT_EQ(LoadPath(folder.Write(name, Good())).log, kTriangleLog) << name;
+  }
+}
+
+TEST(GlbContainerTest, ALinkToAFileIsFollowed) {
+  const TemporaryFolder folder;
+  folder.Write("model.glb", Good());
+  const std::string link = folder.PathOf("link.glb");
+  ASSERT_EQ(symlink("model.glb", link.c_str()), 0);
+  EXPECT_EQ(LoadPath(link).log, kTriangleLog);
+}
+
+TEST(GlbContainerTest, ARelativePathStartsAtTheWorkingFolder) {
+  const TemporaryFolder folder;
+  folder.Write("models/model.glb", Good());
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(folder.path());
+  const Loaded loaded = LoadPath("models/model.glb");
+  std::filesystem::current_path(before);
+  EXPECT_EQ(loaded.log, kTriangleLog);
+}
+
+TEST(GlbContainerTest, BinBeginsRightBehindJsonOfAnyLength) {
+  for (size_t spaces = 0; spaces < 8; ++spaces) {
+    SCOPED_TRACE(spaces);
+    const Loaded loaded = Load(Good().Unpadded().Json(Good().JsonText() + std::string(spaces, ' ')));
+    EXPECT_EQ(loaded.log, kTriangleLog);
+    ASSERT_EQ(loaded.model.meshes.size(), 1u);
+    EXPECT_EQ(loaded.model.meshes[0].positions, glb_builder::kTrianglePositions);
+  }
+}
+
+TEST(GlbContainerTest, BinBehindTheNextMultipleOfFourIsNotFound) {
+  const std::string json = R"({"meshes":[]} )";
+  ASSERT_EQ(json.size() % 4, 2u);
+  const Loaded loaded =
+      Load(Glb().Json(json).JsonLength(static_cast<uint32_t>(json.size())).Bin({1, 2, 3, 4}));
+  EXPECT_FALSE(loaded.ok);
+  EXPECT_EQ(loaded.log, "");
+}
+
+TEST(GlbContainerTest, AnEmptyJsonTextHasNoMeshes) {
+  const Loaded loaded = Load(Glb().Json("").Bin({1, 2, 3, 4}));
+  EXPECT_FALSE(loaded.ok);
+  EXPECT_EQ(loaded.log, "Found 0 meshes\n");
+}
+
+TEST(GlbContainerTest, AnEmptyBinIsABin) {
+  EXPECT_EQ(Load(Glb().Json(R"({"meshes":[]})").Bin({})).log, "Found 0 meshes\n");
+}
+
+TEST(GlbContainerTest, TheJsonTextGoesOnBehindZeroBytes) {
+  std::string json = Good().JsonText();
+  json.insert(1, std::string(3, '\0'));
+  const Loaded loaded = Load(Good().Json(json));
+  EXPECT_TRUE(loaded.ok);
+  EXPECT_EQ(loaded.log, kTriangleLog);
+}
+
+TEST(GlbContainerTest, TheJsonTextEndsWithItsChunk) {
+  // The only object of the array that opens in JSON is closed by the first byte of BIN's length.
+  const Loaded loaded = Load(Glb().Unpadded().Json(R"({"meshes":[{)").Bin(Bytes('}', 0)));
+  EXPECT_EQ(loaded.log, "Found 1 meshes\nFailed to load mesh 0: fail: mesh 0 not found\n\n");
+}
+
+// ---- Reads that stop short --------------------------------------------------------------------------------
+
+TEST(GlbContainerTest, AReadThatStopsShortLeavesTheRestZero) {
+  const Bytes file = Good().Build();
+  const TemporaryFolder folder;
+  const std::string path = folder.Write("model.glb", file);
+  for (const ReadFault::Kind kind : {ReadFault::kEnd, ReadFault::kError}) {
+    SCOPED_TRACE(kind);
+    const ReadFault fault(file.size() - BinSize(), kind);
+    const Loaded loaded = LoadPath(path);
+    EXPECT_TRUE(fault.happened());
+    EXPECT_TRUE(loaded.ok);
+    EXPECT_EQ(loaded.log, kTriangleLog);
+    ASSERT_EQ(loaded.model.meshes.size(), 1u);
+    EXPECT_EQ(loaded.model.meshes[0].positions, std::vector<float>(9, 0.0f));
+    EXPECT_EQ(loaded.model.meshes[0].indices, std::vector<uint32_t>(3, 0));
+  }
+}
+
+TEST(GlbContainerTest, AReadThatFailsAtOnceIsAFileOfZeros) {
+  const TemporaryFolder folder;
+  const std::string path = folder.Write("model.glb", Good());
+  const ReadFault fault(0, ReadFault::kError);
+  const Loaded loaded = LoadPath(path);
+  EXPECT_TRUE(fault.happened());
+  EXPECT_FALSE(loaded.ok);
+  EXPECT_EQ(loaded.log, "fail: magic/version\n");
+}
+
+}  // namespace

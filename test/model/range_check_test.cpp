@@ -1,0 +1,497 @@
+// What an accessor names must lie in BIN, and an index must name a vertex: a mesh in which that is not so is
+// left out, before anything is read or allocated for it.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <malloc.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "test/model/loading.h"
+
+using glb_builder::Accessor;
+using glb_builder::Bytes;
+using glb_builder::Floats;
+using glb_builder::Glb;
+using glb_builder::kTrianglePositions;
+using glb_builder::Mesh;
+using glb_builder::TemporaryFolder;
+using glb_builder::Triangle;
+using glb_builder::Ubytes;
+using glb_builder::Uints;
+using glb_builder::Ushorts;
+using model_test::kTriangleLog;
+using model_test::Load;
+using model_test::Loaded;
+using model_test::MeshLine;
+using ::testing::ElementsAre;
+
+// ---- Counting what is allocated ---------------------------------------------------------------------------
+
+namespace {
+
+std::atomic<size_t> allocated{0};
+std::atomic<size_t> peak{0};
+
+void* Allocate(size_t size) {
+  void* block = std::malloc(size == 0 ? 1 : size);
+  if (block == nullptr) return nullptr;
+  const size_t now = allocated += malloc_usable_size(block);
+  size_t before = peak;
+  while (before < now && !peak.compare_exchange_weak(before, now)) {
+  }
+  return block;
+}
+
+void Release(void* block) {
+  if (block != nullptr) allocated -= malloc_usable_size(block);
+  std::free(block);
+}
+
+}  // namespace
+
+void* operator new(size_t size) {
+  if (void* block = Allocate(size)) return block;
+  throw std::bad_alloc();
+}
+void* operator new[](size_t size) { return operator new(size); }
+void* operator new(size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void* operator new[](size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void operator delete(void* block) noexcept { Release(block); }
+void operator delete[](void* block) noexcept { Release(block); }
+void operator delete(void* block, size_t) noexcept { Release(block); }
+void operator delete[](void* block, size_t) noexcept { Release(block); }
+
+namespace {
+
+// How far the heap grew at most while the file was loaded.
+size_t PeakWhileLoading(const std::string& path) {
+  const size_t before = allocated;
+  peak = before;
+  GLBModel model;
+  std::string log;
+  try {
+    (void)load_glb_model(path, model, &log);
+  } catch (const std::bad_alloc&) {
+    ADD_FAILURE() << "out of memory";
+  } catch (const std::length_error&) {
+    ADD_FAILURE() << "longer than any vector";
+  }
+  return peak - before;
+}
+
+// What a small file may take: the stream's buffer, the file, its text, a few arrays.
+constexpr size_t kLittle = 64 * 1024;
+
+TEST(CountingNewTest, APeakIsSeen) {
+  const size_t before = allocated;
+  peak = before;
+  { const std::vector<char> block(1000000); }
+  EXPECT_GE(peak - before, 1000000u);
+  EXPECT_EQ(allocated, before);
+}
+
+// ---- One bad mesh between two good ones -------------------------------------------------------------------
+
+// BIN: mesh 0 has bytes 0 to 42; the bad mesh's positions begin at 44.
+Glb BetweenGoodOnes(const Mesh& bad) { return Glb().Add(Triangle()).Add(bad).Add(Triangle()); }
+
+void ExpectLeftOut(const Mesh& bad, const std::string& message) {
+  const Loaded loaded = Load(BetweenGoodOnes(bad));
+  EXPECT_TRUE(loaded.ok);
+  EXPECT_EQ(loaded.log, "Found 3 meshes\n" + MeshLine(0, 3, 3) + "Failed to load mesh 1: " + message + "\n" +
+                            MeshLine(2, 3, 3));
+  ASSERT_EQ(loaded.model.meshes.size(), 2u);
+  for (const MeshData& mesh : loaded.model.meshes) {
+    EXPECT_EQ(mesh.positions, kTrianglePositions);
+    EXPECT_THAT(mesh.indices, ElementsAre(0, 1, 2));
+  }
+}
+
+TEST(RangeCheckTest, PositionsOutsideBinAreRefused) {
+  // BIN: 44 to 80 positions, 80 to 86 indices, 88 to 130 the last mesh, 132 with the padding.
+  const auto bad = [](const Accessor& positions) { return Mesh(positions).Indices(Ushorts({0, 1, 2})); };
+  const Accessor good = Floats(kTrianglePositions);
+  ExpectLeftOut(bad(Accessor(good).Field("count", "8")),
+                "fail: POSITION outside BIN: needs bytes 44 to 140 of 132\n");
+  ExpectLeftOut(bad(Accessor(good).Field("byteOffset", "53")),
+                "fail: POSITION outside BIN: needs bytes 97 to 133 of 132\n");
+  ExpectLeftOut(bad(Accessor(good).ViewField("byteOffset", "97")),
+                "fail: POSITION outside BIN: needs bytes 97 to 133 of 132\n");
+  ExpectLeftOut(bad(Accessor(good).ViewField("byteStride", "40")),
+                "fail: POSITION outside BIN: needs bytes 44 to 136 of 132\n");
+  ExpectLeftOut(bad(Accessor(good).Field("byteOffset", "132")),
+                "fail: POSITION outside BIN: needs bytes 176 to 212 of 132\n");
+  ExpectLeftOut(bad(Accessor(good).Field("count", "1").ViewField("byteOffset", "121")),
+                "fail: POSITION outside BIN: needs bytes 121 to 133 of 132\n");
+  ExpectLeftOut(bad(Accessor(good).Without("bufferView").Field("count", "12")),
+                "fail: POSITION outside BIN: needs bytes 0 to 144 of 132\n");
+}
+
+TEST(RangeCheckTest, NormalsOutsideBinAreRefused) {
+  // BIN: 44 to 80 positions, 80 to 116 normals, 116 to 122 indices, 124 to 166 the last mesh, 168 with the
+  // padding.
+  const auto bad = [](const Accessor& normals) { return Triangle().Normals(normals); };
+  const Accessor good = Floats(kTrianglePositions);
+  ExpectLeftOut(bad(Accessor(good).Field("byteOffset", "53")),
+                "fail: NORMAL outside BIN: needs bytes 133 to 169 of 168\n");
+  ExpectLeftOut(bad(Accessor(good).ViewField("byteOffset", "133")),
+                "fail: NORMAL outside BIN: needs bytes 133 to 169 of 168\n");
+  ExpectLeftOut(bad(Accessor(good).ViewField("byteStride", "39")),
+                "fail: NORMAL outside BIN: needs bytes 80 to 170 of 168\n");
+}
+
+TEST(RangeCheckTest, IndicesOutsideBinAreRefused) {
+  // BIN: 44 to 80 positions, 80 to 86 indices of 16 bits or to 92 of 32 bits.
+  ExpectLeftOut(Triangle().Indices(Ushorts({0, 1, 2}).Field("count", "27")),
+                "fail: indices outside BIN: needs bytes 80 to 134 of 132\n");
+  ExpectLeftOut(Triangle().Indices(Ushorts({0, 1, 2}).Field("byteOffset", "47")),
+                "fail: indices outside BIN: needs bytes 127 to 133 of 132\n");
+  ExpectLeftOut(Triangle().Indices(Ushorts({0, 1, 2}).ViewField("byteOffset", "127")),
+                "fail: indices outside BIN: needs bytes 127 to 133 of 132\n");
+  ExpectLeftOut(Triangle().Indices(Uints({0, 1, 2}).Field("count", "15")),
+                "fail: indices outside BIN: needs bytes 80 to 140 of 136\n");
+  ExpectLeftOut(Triangle().Indices(Uints({0, 1, 2}).Field("byteOffset", "45")),
+                "fail: indices outside BIN: needs bytes 125 to 137 of 136\n");
+}
+
+TEST(RangeCheckTest, AnIndexThatNamesNoVertexIsRefused) {
+  const std::string kOf3 = " of 3\n";
+  ExpectLeftOut(Triangle().Indices(Ushorts({3, 1, 2})), "fail: index 0 names vertex 3" + kOf3);
+  ExpectLeftOut(Triangle().Indices(Ushorts({0, 65535, 9})), "fail: index 1 names vertex 65535" + kOf3);
+  ExpectLeftOut(Triangle().Indices(Uints({0, 1, 3})), "fail: index 2 names vertex 3" + kOf3);
+  ExpectLeftOut(Triangle().Indices(Uints({0, 1, 0xFFFFFFFF})),
+                "fail: index 2 names vertex 4294967295" + kOf3);
+  ExpectLeftOut(Triangle().Indices(Uints({0, 0x80000000, 2})),
+                "fail: index 1 names vertex 2147483648" + kOf3);
+  ExpectLeftOut(Triangle().Indices(Uints({0, 0x00010000, 2})), "fail: index 1 names vertex 65536" + kOf3);
+  // Also one behind the last whole triangle, and beside normals of the file, where nothing is computed from
+  // it.
+  ExpectLeftOut(Triangle().Indices(Ushorts({0, 1, 2, 3})), "fail: index 3 names vertex 3" + kOf3);
+  ExpectLeftOut(Triangle().Normals(Floats(kTrianglePositions)).Indices(Ushorts({0, 1, 3})),
+                "fail: index 2 names vertex 3" + kOf3);
+}
+
+TEST(RangeCheckTest, TheLastVertexMayBeNamed) {
+  EXPECT_EQ(Load(Glb().Add(Triangle().Indices(Ushorts({2, 2, 2})))).log, kTriangleLog);
+  EXPECT_EQ(Load(Glb().Add(Triangle().Indices(Uints({2, 2, 2})))).log, kTriangleLog);
+}
+
+TEST(RangeCheckTest, PositionsAreCheckedBeforeIndicesAndThoseBeforeNormals) {
+  const Accessor outside = Floats(kTrianglePositions).Field("byteOffset", "1000");
+  const Accessor outside_indices = Ushorts({0, 1, 2}).Field("byteOffset", "1000");
+  ExpectLeftOut(Mesh(outside).Normals(outside).Indices(outside_indices),
+                "fail: POSITION outside BIN: needs bytes 1044 to 1080 of 168\n");
+  ExpectLeftOut(Triangle().Normals(outside).Indices(outside_indices),
+                "fail: indices outside BIN: needs bytes 1116 to 1122 of 168\n");
+  ExpectLeftOut(Triangle().Normals(outside).Indices(Ushorts({0, 1, 3})),
+                "fail: index 2 names vertex 3 of 3\n");
+  ExpectLeftOut(Mesh(Accessor(outside).Field("type", "\"VEC2\"")).Indices(outside_indices),
+                "fail: pos type\n");
+}
+
+TEST(RangeCheckTest, AWarningComesBeforeTheMessageOfTheMeshThatIsRefused) {
+  ExpectLeftOut(
+      Triangle().Indices(Ubytes({0, 1, 2})).Normals(Floats(kTrianglePositions).Field("byteOffset", "1000")),
+      "warn: unsupported index type\nfail: NORMAL outside BIN: needs bytes 1080 to 1116 of 164\n");
+}
+
+// ---- To the last byte -------------------------------------------------------------------------------------
+
+TEST(RangeCheckTest, AnElementMayEndWithBinAndNotOneByteBehind) {
+  const Accessor positions = Floats(kTrianglePositions);
+  const struct {
+    const char* name;
+    Mesh mesh;
+    const char* log;
+    const char* message;
+  } kRows[] = {
+      {"positions", Mesh(positions), "vertices=3 indices=3",
+       "POSITION outside BIN: needs bytes 0 to 36 of 35"},
+      {"one position", Mesh(Floats({1, 2, 3})), "vertices=1 indices=0",
+       "POSITION outside BIN: needs bytes 0 to 12 of 11"},
+      {"positions with a stride: no gap behind the last", Mesh(Accessor(positions).Stride(20)),
+       "vertices=3 indices=3", "POSITION outside BIN: needs bytes 0 to 52 of 51"},
+      {"positions with an offset", Mesh(Accessor(positions).Offset(5)), "vertices=3 indices=3",
+       "POSITION outside BIN: needs bytes 5 to 41 of 40"},
+      {"overlapping positions",
+       Mesh(Floats({1, 2, 3, 4, 5, 6}).Field("count", "13").ViewField("byteStride", "1")),
+       "vertices=13 indices=0", "POSITION outside BIN: needs bytes 0 to 24 of 23"},
+      {"normals", Mesh(positions).Normals(positions), "vertices=3 indices=0",
+       "NORMAL outside BIN: needs bytes 36 to 72 of 71"},
+      {"normals with a stride and an offset",
+       Mesh(positions).Normals(Accessor(positions).Stride(13).Offset(2)), "vertices=3 indices=0",
+       "NORMAL outside BIN: needs bytes 38 to 76 of 75"},
+      {"indices of 16 bits", Mesh(positions).Indices(Ushorts({0, 1, 2})), "vertices=3 indices=3",
+       "indices outside BIN: needs bytes 36 to 42 of 41"},
+      {"indices of 32 bits", Mesh(positions).Indices(Uints({0, 1, 2, 0})), "vertices=3 indices=4",
+       "indices outside BIN: needs bytes 36 to 52 of 51"},
+      {"indices with an offset", Mesh(positions).Indices(Ushorts({0, 1, 2}).Offset(3)),
+       "vertices=3 indices=3", "indices outside BIN: needs bytes 39 to 45 of 44"},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    const Glb exact = Glb().Add(row.mesh).Unpadded();
+    Loaded loaded = Load(exact);
+    EXPECT_TRUE(loaded.ok);
+    EXPECT_EQ(loaded.log,
+              std::string("Found 1 meshes\nMesh 0: ") + row.log + " color=(0.800000,0.800000,0.800000)\n");
+
+    Bytes bin = exact.BinData();
+    bin.pop_back();
+    loaded = Load(Glb(exact).Bin(bin));
+    EXPECT_FALSE(loaded.ok);
+    EXPECT_EQ(loaded.log,
+              std::string("Found 1 meshes\nFailed to load mesh 0: fail: ") + row.message + "\n\n");
+
+    // Bytes of the file behind BIN are not BIN.
+    loaded = Load(Glb(exact).BinLength(static_cast<uint32_t>(bin.size())));
+    EXPECT_FALSE(loaded.ok);
+    EXPECT_EQ(loaded.log,
+              std::string("Found 1 meshes\nFailed to load mesh 0: fail: ") + row.message + "\n\n");
+  }
+}
+
+TEST(RangeCheckTest, NothingFitsIntoAnEmptyBin) {
+  EXPECT_EQ(
+      Load(Glb().Add(Mesh(Floats({1, 2, 3}))).Bin({})).log,
+      "Found 1 meshes\nFailed to load mesh 0: fail: POSITION outside BIN: needs bytes 0 to 12 of 0\n\n");
+}
+
+// ---- Enormous claims --------------------------------------------------------------------------------------
+
+TEST(RangeCheckTest, EnormousNumbersNeitherWrapNorAllocate) {
+  const std::string kMost = "2147483647";
+  const auto positions = [] { return Floats(kTrianglePositions); };
+  const auto indices16 = [] { return Ushorts({0, 1, 2}); };
+  const auto indices32 = [] { return Uints({0, 1, 2}); };
+  const struct {
+    const char* name;
+    Mesh mesh;
+    const char* message;
+  } kRows[] = {
+      {"count", Mesh(positions().Field("count", kMost)),
+       "POSITION outside BIN: needs bytes 0 to 25769803764 of 36"},
+      {"count times 12 wraps to 8 in 32 bits", Mesh(positions().Field("count", "357913942")),
+       "POSITION outside BIN: needs bytes 0 to 4294967304 of 36"},
+      {"count times 3 wraps in 32 bits", Mesh(positions().Field("count", "1431655766")),
+       "POSITION outside BIN: needs bytes 0 to 17179869192 of 36"},
+      {"stride", Mesh(positions().ViewField("byteStride", kMost)),
+       "POSITION outside BIN: needs bytes 0 to 4294967306 of 36"},
+      {"four strides wrap to 0 in 32 bits",
+       Mesh(positions().Field("count", "5").ViewField("byteStride", "1073741824")),
+       "POSITION outside BIN: needs bytes 0 to 4294967308 of 36"},
+      {"count and stride", Mesh(positions().Field("count", kMost).ViewField("byteStride", kMost)),
+       "POSITION outside BIN: needs bytes 0 to 4611686011984936974 of 36"},
+      {"the accessor's offset", Mesh(positions().Field("byteOffset", kMost)),
+       "POSITION outside BIN: needs bytes 2147483647 to 2147483683 of 36"},
+      {"the view's offset", Mesh(positions().ViewField("byteOffset", kMost)),
+       "POSITION outside BIN: needs bytes 2147483647 to 2147483683 of 36"},
+      {"both offsets", Mesh(positions().Field("byteOffset", kMost).ViewField("byteOffset", kMost)),
+       "POSITION outside BIN: needs bytes 4294967294 to 4294967330 of 36"},
+      {"everything",
+       Mesh(positions()
+                .Field("count", kMost)
+                .Field("byteOffset", kMost)
+                .ViewField("byteOffset", kMost)
+                .ViewField("byteStride", kMost)),
+       "POSITION outside BIN: needs bytes 4294967294 to 4611686016279904268 of 36"},
+      {"normals' stride", Mesh(positions()).Normals(positions().ViewField("byteStride", kMost)),
+       "NORMAL outside BIN: needs bytes 36 to 4294967342 of 72"},
+      {"normals' offsets",
+       Mesh(positions()).Normals(positions().Field("byteOffset", kMost).ViewField("byteOffset", kMost)),
+       "NORMAL outside BIN: needs bytes 4294967294 to 4294967330 of 72"},
+      {"16-bit indices' count", Mesh(positions()).Indices(indices16().Field("count", kMost)),
+       "indices outside BIN: needs bytes 36 to 4294967330 of 44"},
+      {"32-bit indices' count", Mesh(positions()).Indices(indices32().Field("count", kMost)),
+       "indices outside BIN: needs bytes 36 to 8589934624 of 48"},
+      {"32-bit indices' count wraps to 4 in 32 bits",
+       Mesh(positions()).Indices(indices32().Field("count", "1073741825")),
+       "indices outside BIN: needs bytes 36 to 4294967336 of 48"},
+      {"indices' offsets",
+       Mesh(positions()).Indices(indices16().Field("byteOffset", kMost).ViewField("byteOffset", kMost)),
+       "indices outside BIN: needs bytes 4294967294 to 4294967300 of 44"},
+  };
+  const TemporaryFolder folder;
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    const std::string path = folder.Write("model.glb", Glb().Add(row.mesh));
+    EXPECT_EQ(model_test::LoadPath(path).log,
+              std::string("Found 1 meshes\nFailed to load mesh 0: fail: ") + row.message + "\n\n");
+    EXPECT_LT(PeakWhileLoading(path), kLittle);
+  }
+}
+
+TEST(RangeCheckTest, EnormousChunkLengthsDoNotAllocate) {
+  const TemporaryFolder folder;
+  for (const uint32_t length : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFECu, 0xFFFFFFFFu}) {
+    SCOPED_TRACE(length);
+    EXPECT_LT(PeakWhileLoading(folder.Write("model.glb", Glb().Add(Triangle()).JsonLength(length))), kLittle);
+    EXPECT_LT(PeakWhileLoading(folder.Write("model.glb", Glb().Add(Triangle()).BinLength(length))), kLittle);
+    EXPECT_LT(PeakWhileLoading(folder.Write("model.glb", Glb().Add(Triangle()).TotalLength(length))),
+              kLittle);
+  }
+}
+
+TEST(RangeCheckTest, AFolderDoesNotAllocate) {
+  EXPECT_LT(PeakWhileLoading(TemporaryFolder().path()), kLittle);
+}
+
+TEST(RangeCheckTest, OverlappingElementsTakeNoMoreThanASmallMultipleOfTheFile) {
+  // The most vertices that a file can have: one per byte. Their positions and normals are 24 times as long,
+  // twice as much while the model gets its copy.
+  const size_t kSize = 12 * 5461;
+  const Mesh mesh = Mesh(Floats(std::vector<float>(kSize / 4, 1.0f))
+                             .Field("count", std::to_string(kSize - 11))
+                             .ViewField("byteStride", "1"));
+  const TemporaryFolder folder;
+  const std::string path = folder.Write("model.glb", Glb().Add(mesh));
+  const Loaded loaded = model_test::LoadPath(path);
+  EXPECT_EQ(loaded.log, "Found 1 meshes\n" + MeshLine(0, kSize - 11, 0));
+  EXPECT_LT(PeakWhileLoading(path), 56 * kSize);
+}
+
+// ---- Sloppy but readable ----------------------------------------------------------------------------------
+
+TEST(RangeCheckTest, WhatIsNotReadMayLieAnywhere) {
+  const std::string kMost = "2147483647";
+  const auto far = [&](Accessor accessor) {
+    return accessor.Field("byteOffset", kMost).ViewField("byteOffset", kMost).ViewField("byteStride", kMost);
+  };
+  const Accessor positions = Floats(kTrianglePositions);
+  const struct {
+    const char* name;
+    Mesh mesh;
+  } kRows[] = {
+      {"a view of no length", Mesh(Accessor(positions).ViewField("byteLength", "0"))},
+      {"a view of one byte", Mesh(Accessor(positions).ViewField("byteLength", "1"))},
+      {"a view of a negative length", Mesh(Accessor(positions).ViewField("byteLength", "-36"))},
+      {"a view without a length", Mesh(Accessor(positions).ViewWithout("byteLength"))},
+      {"a view far longer than BIN", Mesh(Accessor(positions).ViewField("byteLength", kMost))},
+      {"views of one byte for indices", Triangle().Indices(Ushorts({0, 1, 2}).ViewField("byteLength", "1"))},
+      {"unused normals: component type", Triangle().Normals(far(positions).Field("componentType", "5120"))},
+      {"unused normals: type", Triangle().Normals(far(positions).Field("type", "\"VEC2\""))},
+      {"unused normals: count", Triangle().Normals(far(positions).Field("count", "4"))},
+      {"unused normals: enormous count", Triangle().Normals(far(positions).Field("count", kMost))},
+      {"unused normals: no count", Triangle().Normals(far(positions).Without("count"))},
+      {"indices of an unsupported type", Triangle().Indices(far(Ubytes({0, 1, 2})))},
+      {"indices of an unsupported type, enormous count",
+       Triangle().Indices(far(Ubytes({0, 1, 2})).Field("count", kMost))},
+      {"indices of an unsupported type that name no vertex", Triangle().Indices(Ubytes({7, 8, 9}))},
+      {"no indices", Triangle().Indices(far(Ushorts({})))},
+      {"the stride of indices", Triangle().Indices(Ushorts({0, 1, 2}).ViewField("byteStride", kMost))},
+      {"views that overlap", Triangle().Indices(Uints({0, 0, 0}).ViewField("byteOffset", "0"))},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    const Loaded loaded = Load(Glb().Add(row.mesh));
+    EXPECT_TRUE(loaded.ok);
+    EXPECT_EQ(loaded.log, kTriangleLog);
+    ASSERT_EQ(loaded.model.meshes.size(), 1u);
+    EXPECT_EQ(loaded.model.meshes[0].positions, kTrianglePositions);
+    EXPECT_EQ(loaded.model.meshes[0].normals.size(), 9u);
+  }
+}
+
+TEST(RangeCheckTest, TheStrideOfASingleElementDoesNotMatter) {
+  EXPECT_EQ(Load(Glb().Add(Mesh(Floats({1, 2, 3}).ViewField("byteStride", "2147483647")))).log,
+            "Found 1 meshes\n" + MeshLine(0, 1, 0));
+}
+
+// ---- Damaged files ----------------------------------------------------------------------------------------
+
+// A file in memory: thousands of them take no time.
+class MemoryFile {
+ public:
+  MemoryFile() : file_(memfd_create("model.glb", 0)) {
+    if (file_ < 0) throw std::runtime_error("memfd_create");
+  }
+  ~MemoryFile() { close(file_); }
+  MemoryFile(const MemoryFile&) = delete;
+  MemoryFile& operator=(const MemoryFile&) = delete;
+
+  /// Replaces what it holds. Returns its path.
+  std::string Write(const Bytes& bytes) const {
+    const auto size = static_cast<ssize_t>(bytes.size());
+    if (ftruncate(file_, size) != 0 || pwrite(file_, bytes.data(), bytes.size(), 0) != size) {
+      throw std::runtime_error("MemoryFile");
+    }
+    return "/proc/self/fd/" + std::to_string(file_);
+  }
+  std::string Write(const Glb& glb) const { return Write(glb.Build()); }
+
+ private:
+  int file_;
+};
+
+// Loads it and expects nothing but a sound model, a clean failure or an error in a number.
+void ExpectSoundOrFailed(const std::string& path) {
+  GLBModel model;
+  std::string log;
+  try {
+    const bool ok = load_glb_model(path, model, &log);
+    EXPECT_EQ(ok, !model.meshes.empty());
+  } catch (const std::invalid_argument& exception) {
+    EXPECT_THAT(exception.what(), ::testing::AnyOf(::testing::StrEq("stoi"), ::testing::StrEq("stof")));
+  } catch (const std::out_of_range& exception) {
+    EXPECT_THAT(exception.what(), ::testing::AnyOf(::testing::StrEq("stoi"), ::testing::StrEq("stof")));
+  }
+  for (const MeshData& mesh : model.meshes) {
+    EXPECT_EQ(mesh.positions.size() % 3, 0u);
+    EXPECT_EQ(mesh.normals.size(), mesh.positions.size());
+    for (const uint32_t index : mesh.indices) EXPECT_LT(index, mesh.positions.size() / 3);
+  }
+}
+
+Glb Rich() {
+  return Glb()
+      .Add(Triangle()
+               .Normals(Floats(kTrianglePositions).Stride(16))
+               .Color("1, -0.5, 1e-3")
+               .Field("name", "\"a\""))
+      .Add(Mesh(Floats(kTrianglePositions).Offset(4)).Indices(Uints({2, 1, 0})));
+}
+
+TEST(DamagedFileTest, AnyByteOfAFileMayBeAnyOther) {
+  const MemoryFile memory;
+  const Bytes kWrong = {0x00, 0xFF, '{', '}', ']', '"', '-', '9'};
+  Bytes file = Rich().Build();
+  for (size_t i = 0; i < file.size(); ++i) {
+    SCOPED_TRACE(i);
+    const uint8_t right = file[i];
+    for (const uint8_t wrong : kWrong) {
+      file[i] = wrong;
+      ExpectSoundOrFailed(memory.Write(file));
+    }
+    file[i] = right;
+  }
+}
+
+TEST(DamagedFileTest, TheJsonMayEndAnywhereInAFileThatIsWholeOtherwise) {
+  const MemoryFile memory;
+  const Glb glb = Rich();
+  const std::string json = glb.JsonText();
+  for (size_t size = 0; size <= json.size(); ++size) {
+    SCOPED_TRACE(size);
+    ExpectSoundOrFailed(memory.Write(Glb(glb).Unpadded().Json(json.substr(0, size))));
+  }
+}
+
+TEST(DamagedFileTest, TheBinMayEndAnywhereInAFileThatIsWholeOtherwise) {
+  const MemoryFile memory;
+  const Glb glb = Rich();
+  const Bytes bin = glb.BinData();
+  for (size_t size = 0; size <= bin.size(); ++size) {
+    SCOPED_TRACE(size);
+    ExpectSoundOrFailed(memory.Write(Glb(glb).Unpadded().Bin(Bytes(bin.data(), bin.data() + size))));
+  }
+}
+
+}  // namespace
