@@ -1,0 +1,107 @@
+// The library as it is shipped: what it exports and needs, and a run through the C interface alone.
+
+#include <dlfcn.h>
+
+#include <array>
+#include <cstdio>
+#include <set>
+#include <sstream>
+#include <stdexcept>
+#include <variant>
+
+#include "test/plugin/plugin_fixture.h"
+
+using ::testing::ElementsAre;
+using ::testing::UnorderedElementsAre;
+
+namespace {
+
+// The standard output of a command that must succeed, by lines.
+std::vector<std::string> LinesOf(const std::string& command) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+  if (!pipe) throw std::runtime_error(command);
+  std::string output;
+  std::array<char, 4096> chunk;
+  while (const size_t count = std::fread(chunk.data(), 1, chunk.size(), pipe.get())) output.append(chunk.data(), count);
+  std::istringstream stream(output);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+// The values of one tag in the dynamic section: what stands between the brackets.
+std::vector<std::string> DynamicEntries(const std::string& tag) {
+  std::vector<std::string> values;
+  for (const std::string& line : LinesOf("readelf --dynamic --wide " ORBISK_PLUGIN_FILE)) {
+    if (line.find("(" + tag + ")") == std::string::npos) continue;
+    const size_t opening = line.find('[');
+    values.push_back(line.substr(opening + 1, line.find(']') - opening - 1));
+  }
+  return values;
+}
+
+TEST(BuiltLibraryTest, ExportsTheRegistrationFunctionAndNothingElse) {
+  std::vector<std::string> names;
+  for (const std::string& line : LinesOf("nm --dynamic --defined-only --format=posix " ORBISK_PLUGIN_FILE)) {
+    names.push_back(line.substr(0, line.find(' ')));
+  }
+  EXPECT_THAT(names, ElementsAre("OrbiskPluginRegisterWithRegistrar"));
+}
+
+TEST(BuiltLibraryTest, NeedsThePlatformLibrariesAndTheLanguagesOwn) {
+  std::set<std::string> needed;
+  for (const std::string& name : DynamicEntries("NEEDED")) {
+    const bool sanitizer_runtime = name.find("san.so") != std::string::npos;
+    if (!sanitizer_runtime) needed.insert(name);
+  }
+  EXPECT_THAT(needed, UnorderedElementsAre("libflutter_elinux_x11.so", "libEGL.so.1", "libGLESv2.so.2", "libgbm.so.1",
+                                           "libX11.so.6", "libstdc++.so.6", "libm.so.6", "libgcc_s.so.1",
+                                           "libc.so.6"));
+}
+
+TEST(BuiltLibraryTest, CarriesNoRunPath) {
+  EXPECT_THAT(DynamicEntries("RPATH"), ElementsAre());
+  EXPECT_THAT(DynamicEntries("RUNPATH"), ElementsAre());
+}
+
+// Loaded once: a later test finds the library's globals as the earlier one's end has left them, empty.
+decltype(&OrbiskPluginRegisterWithRegistrar) LoadedRegistration() {
+  static void* const library = dlopen(ORBISK_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) throw std::runtime_error(dlerror());
+  return reinterpret_cast<decltype(&OrbiskPluginRegisterWithRegistrar)>(
+      dlsym(library, "OrbiskPluginRegisterWithRegistrar"));
+}
+
+class LoadedLibraryTest : public CommandTest {
+ protected:
+  LoadedLibraryTest() : CommandTest(LoadedRegistration()) {}
+};
+
+TEST_F(LoadedLibraryTest, ShowsTheSampleDeviceThroughTheCInterface) {
+  const int64_t id = CreateTexture(320, 240);
+  ASSERT_EQ(id, 7);
+  ASSERT_EQ(Call("loadModel", Map({{"modelPath", ORBISK_SAMPLE_MODEL}})), "success true");
+  ASSERT_EQ(Call("startRendering"), "success true");
+  const FlutterDesktopPixelBuffer* frame = Fetch(id);
+  ASSERT_NE(frame, nullptr);
+  ASSERT_TRUE(WaitForFrames(id, 2));
+  EXPECT_EQ(Call("setQuaternion", QuaternionArguments(0, 0, 0, 1)), "success true");
+  EXPECT_EQ(Call("stopRendering"), "success true");
+  const uint8_t* middle = frame->buffer + (120 * 320 + 160) * 4;
+  EXPECT_EQ(middle[3], 255);
+  EXPECT_EQ(frame->buffer[3], 0);
+  EXPECT_EQ(Call("dispose"), "success true");
+  EXPECT_EQ(err_.Take(), "");
+}
+
+TEST_F(LoadedLibraryTest, AnExceptionCrossesTheLibrarysBorderWithItsType) {
+  CreateTexture();
+  EXPECT_THROW(Call("setCameraDistance", Map({{"distance", 2}})), std::bad_variant_access);
+  EXPECT_FALSE(embedder_.last_reply().answered());
+  EXPECT_EQ(err_.Take(), "Warning: Failed to respond to a message. This is a memory leak.\n");
+  EXPECT_EQ(Call("setCameraDistance", Map({{"distance", 2.0}})), "success true");
+}
+
+TEST_F(LoadedLibraryTest, AnUnknownMethodGetsAnEmptyReply) { EXPECT_EQ(Call("createtexture"), "not implemented"); }
+
+}  // namespace

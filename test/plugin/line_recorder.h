@@ -1,0 +1,18 @@
+#ifndef TEST_PLUGIN_LINE_RECORDER_H_
+#define TEST_PLUGIN_LINE_RECORDER_H_
+
+/// Puts what the plug-in writes to the standard streams into the fake graphics libraries' sequence of calls, as one
+/// line a write: "out: [Orbisk] Dispose called", "err: ...". A write that is no whole line, or that is not flushed
+/// before the thread's next one, is noted as such. The program's own fwrite and fflush stand in front of the C
+/// library's; a test's own output is not caught, because it does not go through fwrite.
+///
+/// Thread   any.
+namespace line_recorder {
+
+/// Begins to record; what is written is then not shown.
+void Start();
+void Stop();
+
+}  // namespace line_recorder
+
+#endif  // TEST_PLUGIN_LINE_RECORDER_H_

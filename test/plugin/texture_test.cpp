@@ -1,0 +1,295 @@
+// "createTexture", the pixel-buffer callback and "dispose".
+
+#include <algorithm>
+#include <new>
+
+#include "test/plugin/source_fixture.h"
+
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+namespace {
+
+class TextureTest : public PluginTest {
+ protected:
+  // The plug-in front's own lines of `log`: the renderer's in between are its own tests' matter.
+  static std::string OwnLines(const std::string& log) {
+    std::string own;
+    for (size_t start = 0; start < log.size();) {
+      const size_t end = std::min(log.find('\n', start), log.size() - 1);
+      const std::string line = log.substr(start, end + 1 - start);
+      if (line.rfind("[Orbisk] ", 0) == 0) own += line;
+      start = end + 1;
+    }
+    return own;
+  }
+};
+
+const std::vector<std::string> kDisposeLines = {"Dispose called",
+                                                "Setting disposal flag...",
+                                                "Stopping rendering thread...",
+                                                "Rendering thread stopped",
+                                                "Cleaning up pixel buffer...",
+                                                "Cleaning up EGL resources...",
+                                                "Cleaning up model data...",
+                                                "Disposed (state and texture kept alive for safety)"};
+
+TEST_F(TextureTest, CreateTextureLogsEachStepAndAnswersTheIdentifier) {
+  out_.Take();
+  EXPECT_EQ(Call("createTexture", Size(640, 480)), "success 7");
+  const std::string log = out_.Take();
+  EXPECT_EQ(OwnLines(log), OrbiskLines({kBar, "CreateTexture called", kBar, "Requested texture size: 640x480",
+                                        "Creating new viewer state", "Creating EGL renderer...",
+                                        "EGL renderer initialized successfully", "Loading shaders...",
+                                        "Shaders loaded successfully", "Context released from main thread",
+                                        "Creating Flutter texture variant...",
+                                        "Registering texture with Flutter...", kBar,
+                                        "Texture created with ID: 7", kBar}));
+  EXPECT_EQ(err_.Take(), "");
+}
+
+TEST_F(TextureTest, FirstFrameRequestMakesABufferOfTheRequestedSizeFilledWithZeros) {
+  const int64_t id = CreateTexture(640, 480);
+  const FlutterDesktopPixelBuffer* frame = Fetch(id);
+  ASSERT_NE(frame, nullptr);
+  EXPECT_EQ(frame->width, 640u);
+  EXPECT_EQ(frame->height, 480u);
+  EXPECT_EQ(frame->release_callback, nullptr);
+  EXPECT_EQ(frame->release_context, nullptr);
+  EXPECT_EQ(std::count(frame->buffer, frame->buffer + 1'228'800, 0), 1'228'800);
+}
+
+TEST_F(TextureTest, EveryFrameRequestGivesTheSameDescriptorWhateverSizeItAsksFor) {
+  const int64_t id = CreateTexture();
+  const FlutterDesktopPixelBuffer* frame = Fetch(id);
+  const uint8_t* pixels = frame->buffer;
+  EXPECT_EQ(embedder_.FetchFrame(id, 1000, 1), frame);
+  EXPECT_EQ(frame->buffer, pixels);
+  EXPECT_EQ(frame->width, 64u);
+}
+
+TEST_F(TextureTest, CreateTextureWithoutAMapAnswersInvalidArgsAndMakesNoViewer) {
+  for (const EncodableValue& arguments : {EncodableValue(), EncodableValue(EncodableList{640, 480})}) {
+    out_.Take();
+    EXPECT_EQ(Call("createTexture", arguments), "error INVALID_ARGS: Arguments must be a map");
+    EXPECT_EQ(out_.Take(), OrbiskLines({kBar, "CreateTexture called", kBar}));
+  }
+  EXPECT_EQ(State(), nullptr);
+}
+
+TEST_F(TextureTest, CreateTextureWithoutWidthOrHeightAnswersInvalidArgsAndMakesNoViewer) {
+  for (const EncodableValue& arguments : {Map({}), Map({{"width", 640}}), Map({{"height", 480}})}) {
+    out_.Take();
+    EXPECT_EQ(Call("createTexture", arguments), "error INVALID_ARGS: Missing width or height");
+    EXPECT_EQ(out_.Take(), OrbiskLines({kBar, "CreateTexture called", kBar}));
+  }
+  EXPECT_EQ(State(), nullptr);
+}
+
+TEST_F(TextureTest, ANewViewerStartsWithTheDefaults) {
+  CreateTexture();
+  EXPECT_EQ(State()->quat_x, 0.0f);
+  EXPECT_EQ(State()->quat_y, 0.0f);
+  EXPECT_EQ(State()->quat_z, 0.0f);
+  EXPECT_EQ(State()->quat_w, 1.0f);
+  EXPECT_EQ(State()->camera_distance, 3.5f);
+  EXPECT_EQ(State()->model_scale, 1.2f);
+  EXPECT_EQ(OrbiskState().texture_id, -1);
+}
+
+TEST_F(TextureTest, CreateTextureAgainReusesTheViewerAndKeepsTheOldPixelBuffer) {
+  const int64_t first = CreateTexture(64, 48);
+  const FlutterDesktopPixelBuffer* frame = Fetch(first);
+  out_.Take();
+  embedder_.ClearCalls();
+
+  EXPECT_EQ(Call("createTexture", Size(32, 24)), "success 8");
+
+  EXPECT_THAT(OwnLines(out_.Take()), HasSubstr("[Orbisk] Requested texture size: 32x24\n"
+                                               "[Orbisk] Reusing existing viewer state\n"
+                                               "[Orbisk] Creating EGL renderer...\n"));
+  EXPECT_THAT(embedder_.call_texts(), ElementsAre("TextureRegistrarRegisterExternalTexture(pixel buffer) = 8",
+                                                  "MessengerSendResponse(message 2, 10 bytes)"));
+  EXPECT_TRUE(embedder_.texture(first).registered);
+  EXPECT_EQ(Fetch(8), frame);
+  EXPECT_EQ(frame->width, 64u);
+  EXPECT_EQ(State()->renderer->width(), 32);
+}
+
+TEST_F(TextureTest, TheEarlierTextureStillGivesFramesAfterCreateTextureAgain) {
+  const int64_t first = CreateTexture();
+  const int64_t second = CreateTexture();
+  ASSERT_NE(first, second);
+  EXPECT_NE(Fetch(first), nullptr);
+  EXPECT_EQ(Fetch(first), Fetch(second));
+}
+
+TEST_F(TextureTest, ALargerFrameThanTheBufferLeavesTheBufferAsItIs) {
+  CreateViewer(64, 48);
+  const FlutterDesktopPixelBuffer* frame = Fetch(7);
+  ASSERT_EQ(Call("startRendering"), "success true");
+  ASSERT_TRUE(WaitForFrames(7, 2));
+  ASSERT_EQ(Call("stopRendering"), "success true");
+  const std::vector<uint8_t> before(frame->buffer, frame->buffer + 64 * 48 * 4);
+  ASSERT_GT(std::count_if(before.begin(), before.end(), [](uint8_t byte) { return byte != 0; }), 0);
+
+  const int64_t larger = CreateTexture(640, 480);
+  Call("setModelScale", Map({{"scale", 0.1}}));
+  ASSERT_EQ(Call("startRendering"), "success true");
+  ASSERT_TRUE(WaitForFrames(larger, 3));
+  Call("stopRendering");
+
+  EXPECT_EQ(std::vector<uint8_t>(frame->buffer, frame->buffer + 64 * 48 * 4), before);
+}
+
+TEST_F(TextureTest, ACreateTextureWhileFramesAreDrawnIsAnsweredAndTheThreadGoesOn) {
+  const int64_t first = CreateViewer(64, 48);
+  Fetch(first);
+  ASSERT_EQ(Call("startRendering"), "success true");
+  ASSERT_TRUE(WaitForFrames(first, 1));
+  const int64_t larger = CreateTexture(640, 480);
+  EXPECT_TRUE(WaitForFrames(larger, 3));
+}
+
+TEST_F(TextureTest, ARefusedTextureIsAnsweredWithMinusOne) {
+  embedder_.RefuseTextures(true);
+  EXPECT_EQ(Call("createTexture", Size(64, 48)), "success -1");
+}
+
+TEST_F(TextureTest, AFailedInitializeAnswersInitFailedAndLeavesAViewerWithoutTexture) {
+  out_.Take();
+  EXPECT_EQ(Call("createTexture", Size(-640, 480)), "error INIT_FAILED: Failed to initialize EGL renderer");
+  EXPECT_EQ(OwnLines(out_.Take()),
+            OrbiskLines({kBar, "CreateTexture called", kBar, "Requested texture size: -640x480",
+                         "Creating new viewer state", "Creating EGL renderer...",
+                         "ERROR: Failed to initialize EGL renderer"}));
+  EXPECT_THAT(embedder_.texture_ids(), IsEmpty());
+  ASSERT_NE(State(), nullptr);
+  EXPECT_NE(State()->renderer, nullptr);
+  EXPECT_EQ(State()->texture_id, -1);
+  EXPECT_FALSE(State()->disposed);
+
+  EXPECT_THAT(Call("loadModel", Map({{"modelPath", "no such file"}})), StartsWith("error LOAD_FAILED"));
+  EXPECT_EQ(Call("setModelScale", Map({{"scale", 1.0}})), "success true");
+}
+
+TEST_F(TextureTest, AFailedInitializeAfterASuccessKeepsTheOldIdentifier) {
+  const int64_t id = CreateTexture();
+  EXPECT_EQ(Call("createTexture", Size(0, -1)), "error INIT_FAILED: Failed to initialize EGL renderer");
+  EXPECT_EQ(State()->texture_id, id);
+  EXPECT_EQ(CreateTexture(), id + 1);
+}
+
+TEST_F(TextureTest, ASizeWhoseByteCountIsNegativeFailsToAllocateItsPixelBuffer) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "AddressSanitizer ends the program where operator new throws";
+#endif
+  const int64_t id = CreateTexture();
+  Call("createTexture", Size(-5, 10));
+  EXPECT_THROW(Fetch(id), std::bad_alloc);
+  EXPECT_EQ(State()->pixel_buffer, nullptr);
+  EXPECT_EQ(Call("setModelScale", Map({{"scale", 1.0}})), "success true") << "the lock went with the exception";
+}
+
+TEST_F(TextureTest, ASizeWhoseByteCountWrapsAroundGetsNoPixelBuffer) {
+  const int64_t id = CreateTexture();
+  Call("createTexture", Size(65536, 65536));
+  EXPECT_EQ(Fetch(id), nullptr);
+  Call("createTexture", Size(-10, -10));
+  EXPECT_EQ(Fetch(id), nullptr);
+}
+
+TEST_F(TextureTest, ThePixelBufferCallbackWithoutARendererGivesNothing) {
+  EXPECT_EQ(plugin_under_test::CopyPixelBuffer(nullptr), nullptr);
+  OrbiskState state;
+  EXPECT_EQ(plugin_under_test::CopyPixelBuffer(&state), nullptr);
+  EXPECT_EQ(state.pixel_buffer, nullptr);
+}
+
+TEST_F(TextureTest, DisposeWithoutAViewerAnswersTrue) {
+  out_.Take();
+  EXPECT_EQ(Call("dispose"), "success true");
+  EXPECT_EQ(out_.Take(), OrbiskLines({"Dispose called", "No viewer state to dispose"}));
+}
+
+TEST_F(TextureTest, DisposeStopsUnregistersAndFreesInOrderAndKeepsStateTextureAndView) {
+  const int64_t id = CreateViewer();
+  Fetch(id);
+  Call("setQuaternion", QuaternionArguments(1, 0, 0, 0));
+  Call("setBaseRotation", AngleArguments(10, 20, 30));
+  Call("setCameraDistance", Map({{"distance", 5.0}}));
+  Call("setModelScale", Map({{"scale", 2.0}}));
+  ASSERT_EQ(Call("startRendering"), "success true");
+  ASSERT_TRUE(WaitForFrames(id, 6)) << "after five, a frame that ends too late to be announced is not warned of";
+  OrbiskState* const state = State();
+  out_.Take();
+  embedder_.ClearCalls();
+
+  EXPECT_EQ(Call("dispose"), "success true");
+
+  EXPECT_THAT(out_.Take(),
+              ::testing::MatchesRegex("\\[Orbisk\\] Dispose called\n"
+                                      "\\[Orbisk\\] Setting disposal flag...\n"
+                                      "\\[Orbisk\\] Stopping rendering thread...\n"
+                                      "\\[Orbisk\\] =+\n"
+                                      "\\[Orbisk\\] Rendering thread STOPPED \\(rendered [0-9]+ frames\\)\n"
+                                      "\\[Orbisk\\] =+\n"
+                                      "\\[Orbisk\\] Rendering thread stopped\n"
+                                      "\\[Orbisk\\] Unregistering texture 7\n"
+                                      "\\[Orbisk\\] Cleaning up pixel buffer...\n"
+                                      "\\[Orbisk\\] Cleaning up EGL resources...\n"
+                                      "\\[Orbisk\\] Cleaning up model data...\n"
+                                      "\\[Orbisk\\] Disposed \\(state and texture kept alive for safety\\)\n"));
+  EXPECT_THAT(embedder_.call_texts_without_marks(),
+              ElementsAre("TextureRegistrarUnregisterExternalTexture(7, null, null)",
+                          "MessengerSendResponse(message 7, 2 bytes)"));
+  EXPECT_EQ(State(), state);
+  EXPECT_TRUE(state->disposed);
+  EXPECT_EQ(state->texture_id, -1);
+  EXPECT_NE(state->texture, nullptr);
+  EXPECT_EQ(state->renderer, nullptr);
+  EXPECT_EQ(state->pixel_buffer, nullptr);
+  EXPECT_EQ(state->render_thread, nullptr);
+  EXPECT_TRUE(state->model.meshes.empty());
+  EXPECT_EQ(state->quat_x, 1.0f);
+  EXPECT_EQ(state->base_pitch, 20.0f);
+  EXPECT_EQ(state->camera_distance, 5.0f);
+  EXPECT_EQ(state->model_scale, 2.0f);
+}
+
+TEST_F(TextureTest, DisposeTwiceLogsEveryStepAgainAndFindsNothingToDo) {
+  CreateViewer();
+  Call("dispose");
+  out_.Take();
+  embedder_.ClearCalls();
+  EXPECT_EQ(Call("dispose"), "success true");
+  EXPECT_EQ(out_.Take(), OrbiskLines(kDisposeLines));
+  EXPECT_THAT(embedder_.call_texts(), ElementsAre(StartsWith("MessengerSendResponse(")));
+}
+
+TEST_F(TextureTest, ThePixelBufferCallbackAfterDisposeGivesNothingAndAllocatesNothing) {
+  const int64_t id = CreateViewer();
+  Fetch(id);
+  Call("dispose");
+  EXPECT_EQ(Fetch(id), nullptr);
+  EXPECT_EQ(State()->pixel_buffer, nullptr);
+}
+
+TEST_F(TextureTest, CreateTextureAfterDisposeReusesTheViewerWithABufferOfTheNewSize) {
+  Fetch(CreateViewer(64, 48));
+  Call("dispose");
+  OrbiskState* const state = State();
+  const int64_t id = CreateTexture(32, 24);
+  EXPECT_EQ(id, 8);
+  EXPECT_EQ(State(), state);
+  EXPECT_FALSE(state->disposed);
+  const FlutterDesktopPixelBuffer* frame = Fetch(id);
+  ASSERT_NE(frame, nullptr);
+  EXPECT_EQ(frame->width, 32u);
+  EXPECT_EQ(frame->height, 24u);
+}
+
+}  // namespace
