@@ -6,5 +6,6 @@ cd "$(dirname "$0")"
 
 scripts/install_packages.sh build
 scripts/build.sh release --target orbisk_host orbisk_plugin
-out=out/demo
-build/release/orbisk_host --model assets/device.glb --imu assets/imu_run.csv --headless --out "$out" "$@"
+show=(--headless --out out/demo)
+[[ " $* " == *" --window "* ]] && show=()
+build/release/orbisk_host --model assets/device.glb --imu assets/imu_run.csv --distance 2.6 "${show[@]}" "$@"

@@ -7,7 +7,7 @@
 set -euo pipefail
 
 build_packages=(
-  g++ cmake ninja-build
+  g++ cmake ninja-build pkg-config
   libegl-dev libgles-dev libgbm-dev libx11-dev                  # the plug-in
   libsdl2-dev libcairo2-dev libwebp-dev libcli11-dev            # the development host
   libegl1 libgles2 libegl-mesa0 libgl1-mesa-dri                 # Mesa, whose llvmpipe draws on the CPU

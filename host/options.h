@@ -1,0 +1,53 @@
+#ifndef HOST_OPTIONS_H_
+#define HOST_OPTIONS_H_
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "host/orientation.h"
+
+namespace host {
+
+/// What the command line asks for.
+struct Options {
+  static constexpr int kLargestSide = 4096;
+  static constexpr int kMostFrames = 100;
+
+  std::string model;
+  std::string imu;  // a CSV file; "-": standard input
+
+  int width = 640;
+  int height = 480;
+  std::optional<double> distance;  // none: as the plug-in has it
+  std::optional<double> scale;     // none: as the plug-in has it
+  std::optional<Angles> base;      // none: as the plug-in has it
+
+  std::optional<double> seconds;  // none: as long as the IMU run
+  bool window = false;
+
+  std::string out = "out";
+  int frames = 12;
+  bool verbose = false;
+  std::string plugin;  // empty: beside this program
+};
+
+/// A command line that runs nothing: it asked for help, or it is wrong.
+class OptionsExit : public std::runtime_error {
+ public:
+  OptionsExit(const std::string& text, bool help) : std::runtime_error(text), help_(help) {}
+  /// True: what() is the help text. False: what() is one line that says what is wrong.
+  bool help() const { return help_; }
+
+ private:
+  const bool help_;
+};
+
+/// Reads the command line. `display_present` decides between window and pictures when it says neither.
+///
+/// Failure  OptionsExit.
+Options ParseOptions(int argc, const char* const* argv, bool display_present);
+
+}  // namespace host
+
+#endif  // HOST_OPTIONS_H_

@@ -1,0 +1,99 @@
+#include "host/recorder.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "host/host_error.h"
+
+namespace host {
+
+namespace {
+
+constexpr size_t kMostWaiting = 8;
+
+// Many more frames than are shown, so that those come evenly spaced; fewer of them when they are huge.
+size_t ReservoirCapacity(size_t still_count, size_t frame_bytes) {
+  constexpr size_t kBudget_bytes = size_t{512} << 20;
+  const size_t affordable = kBudget_bytes / std::max<size_t>(frame_bytes, 1);
+  return std::max<size_t>(2, std::clamp(affordable, 2 * still_count, 8 * still_count));
+}
+
+std::string Numbered(size_t number, size_t count) {
+  const size_t digits = std::max<size_t>(2, std::to_string(count).size());
+  const std::string text = std::to_string(number);
+  return std::string(digits - text.size(), '0') + text;
+}
+
+}  // namespace
+
+Recorder::Recorder(std::string folder, size_t still_count, size_t frame_bytes)
+    : folder_(std::move(folder)),
+      still_count_(still_count),
+      stills_(ReservoirCapacity(still_count, frame_bytes)),
+      thread_([this] { Work(); }) {}
+
+Recorder::~Recorder() { StopWork(); }
+
+void Recorder::Add(TimedFrame frame) {
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (waiting_.size() >= kMostWaiting) {
+      ++left_out_;
+      return;
+    }
+    waiting_.push_back(std::move(frame));
+  }
+  changed_.notify_one();
+}
+
+Recorder::Files Recorder::Finish() {
+  StopWork();
+  if (failure_) std::rethrow_exception(failure_);
+  const std::vector<TimedFrame> stills = stills_.Spread(still_count_);
+  if (stills.empty()) throw HostError("the plug-in drew no frame during the run");
+
+  Files files;
+  files.frames_left_out = left_out_;
+  files.animation_cut_off = animation_.cut_off();
+  for (size_t i = 0; i < stills.size(); ++i) {
+    files.stills.push_back(folder_ + "/frame_" + Numbered(i + 1, stills.size()) + ".png");
+    WritePng(*stills[i].frame, files.stills.back());
+  }
+  files.contact_sheet = folder_ + "/contact_sheet.png";
+  WriteContactSheet(stills, files.contact_sheet);
+  files.animation = folder_ + "/orientation.webp";
+  animation_.Write(files.animation);
+  return files;
+}
+
+void Recorder::Work() {
+  std::unique_lock<std::mutex> lock(mutex_);
+  for (;;) {
+    changed_.wait(lock, [this] { return stop_ || !waiting_.empty(); });
+    if (waiting_.empty()) return;
+    const TimedFrame frame = std::move(waiting_.front());
+    waiting_.pop_front();
+    lock.unlock();
+    try {
+      if (!failure_) {
+        stills_.Add(frame);
+        animation_.Add(frame);
+      }
+    } catch (...) {
+      failure_ = std::current_exception();
+    }
+    lock.lock();
+  }
+}
+
+void Recorder::StopWork() {
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    stop_ = true;
+  }
+  changed_.notify_one();
+  if (thread_.joinable()) thread_.join();
+}
+
+}  // namespace host

@@ -1,0 +1,73 @@
+#ifndef HOST_RECORDER_H_
+#define HOST_RECORDER_H_
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/animation.h"
+#include "host/pictures.h"
+
+namespace host {
+
+/// Makes the pictures of a headless run, on a thread of its own, so that neither commands nor frames wait for
+/// an encoder.
+class Recorder {
+ public:
+  struct Files {
+    std::vector<std::string> stills;
+    std::string contact_sheet;
+    std::string animation;
+    bool animation_cut_off = false;  // the run was longer than the animation may be
+    uint64_t frames_left_out = 0;    // the encoder was busy
+  };
+
+  /// Pictures go into `folder`; `still_count` of them are written one by one and onto the contact sheet, of a
+  /// run whose frames have `frame_bytes` bytes.
+  Recorder(std::string folder, size_t still_count, size_t frame_bytes);
+  /// Without Finish() nothing is written.
+  ~Recorder();
+  Recorder(const Recorder&) = delete;
+  Recorder& operator=(const Recorder&) = delete;
+
+  /// Takes a frame; leaves it out when too many still wait. Does not block.
+  ///
+  /// Thread   any; times must not decrease.
+  void Add(TimedFrame frame);
+
+  /// Writes all files.
+  ///
+  /// Failure  HostError: there was no frame, or a file cannot be written.
+  Files Finish();
+
+ private:
+  void Work();
+  void StopWork();
+
+  const std::string folder_;
+  const size_t still_count_;
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  // Guarded by `mutex_`.
+  std::deque<TimedFrame> waiting_;
+  bool stop_ = false;
+  uint64_t left_out_ = 0;
+
+  // The thread's, and Finish()'s once it has ended.
+  FrameReservoir stills_;
+  Animation animation_;
+  std::exception_ptr failure_;
+
+  std::thread thread_;  // last: it uses all of the above
+};
+
+}  // namespace host
+
+#endif  // HOST_RECORDER_H_

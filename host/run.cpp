@@ -1,0 +1,332 @@
+#include "host/run.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "host/environment.h"
+#include "host/host_error.h"
+#include "host/imu_feed.h"
+#include "host/plugin_library.h"
+#include "host/recorder.h"
+#include "host/report.h"
+#include "host/session.h"
+#include "host/window.h"
+
+namespace host {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double SecondsBetween(Clock::time_point from, Clock::time_point to) {
+  return std::chrono::duration<double>(to - from).count();
+}
+
+double Milliseconds(std::chrono::nanoseconds time) { return static_cast<double>(time.count()) / 1e6; }
+
+// ---- Ctrl-C -----------------------------------------------------------------------------------------------
+
+std::atomic<bool> g_interrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler writes it");
+
+// The first one ends the run in order, the second one the program at once.
+void EndRunOnInterrupt() {
+  struct sigaction action = {};
+  action.sa_handler = [](int) { g_interrupted = true; };
+  action.sa_flags = static_cast<int>(SA_RESETHAND);
+  sigemptyset(&action.sa_mask);
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
+}
+
+// ---- Set-up -----------------------------------------------------------------------------------------------
+
+void MakeOutFolder(const std::string& folder) {
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  if (!error && !std::filesystem::is_directory(folder))
+    error = std::make_error_code(std::errc::not_a_directory);
+  if (!error && access(folder.c_str(), W_OK | X_OK) != 0)
+    error = std::error_code(errno, std::generic_category());
+  if (error) throw HostError("cannot write into the folder " + folder + ": " + error.message());
+}
+
+std::unique_ptr<Window> OpenWindow(const Options& options, const std::string& title) {
+  // SDL would fall back to drivers that show nothing.
+  if (!DisplayPresent() && std::getenv("SDL_VIDEODRIVER") == nullptr) {
+    throw HostError(
+        "cannot open a window: neither DISPLAY nor WAYLAND_DISPLAY is set; --headless needs no display");
+  }
+  return std::make_unique<Window>(title, options.width, options.height);
+}
+
+// ---- What the threads share -------------------------------------------------------------------------------
+
+// The orientation goes from the main thread to the raster thread, the frame the other way.
+class Exchange {
+ public:
+  void SetOrientation(const Orientation& orientation) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    orientation_ = orientation;
+  }
+  Orientation orientation() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return orientation_;
+  }
+
+  void SetFrame(std::shared_ptr<const Frame> frame) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    frame_ = std::move(frame);
+  }
+  // Null when there is none since the last call.
+  std::shared_ptr<const Frame> TakeFrame() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return std::exchange(frame_, nullptr);
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  Orientation orientation_;
+  std::shared_ptr<const Frame> frame_;
+};
+
+// ---- The run ----------------------------------------------------------------------------------------------
+
+constexpr auto kWindowTurn = std::chrono::milliseconds(5);  // how long keys and frames may wait
+constexpr auto kHeadlessTurn = std::chrono::milliseconds(50);
+constexpr auto kProgressInterval = std::chrono::milliseconds(200);
+constexpr int kMostSamplesPerTurn = 1000;  // however many come, the run stays in control
+
+class Runner {
+ public:
+  Runner(const Options& options, Console& console) : options_(options), console_(console) {}
+
+  void Run();
+
+ private:
+  void OpenFeed();
+  void RunPlugin(RegisterPluginFunction register_plugin);
+  void Loop();
+  bool InputOver() const;
+  void SendDueSamples(Clock::time_point now);
+  bool ServeWindow();
+  bool AtEnd(Clock::time_point now);
+  void ShowProgress(Clock::time_point now);
+  void Report(std::optional<Recorder::Files> files);
+
+  const Options& options_;
+  Console& console_;
+
+  std::unique_ptr<ImuFeed> feed_;
+  std::optional<double> length_s_;  // how long the run will be, where that is known
+  std::string title_;
+  std::unique_ptr<Window> window_;
+  Exchange exchange_;
+  std::unique_ptr<Recorder> recorder_;
+  Clock::time_point start_;  // set before anything is drawn
+  Clock::time_point deadline_ = Clock::time_point::max();
+  Clock::time_point end_;
+  Clock::time_point next_progress_;
+  std::string input_error_;  // why a live sensor's input ended; empty when there was no error
+  // Once the input is over: since when, and how many frames had been fetched by then.
+  std::optional<Clock::time_point> input_over_at_;
+  uint64_t fetched_at_input_end_ = 0;
+
+  std::unique_ptr<Session> session_;  // last: its raster thread uses the above
+};
+
+void Runner::Run() {
+  const bool surfaceless_chosen = ChooseEglPlatform();
+  OpenFeed();
+  title_ = "Orbisk - " + std::filesystem::path(options_.model).filename().string();
+  if (options_.window) {
+    window_ = OpenWindow(options_, title_);
+  } else {
+    MakeOutFolder(options_.out);
+    if (!options_.verbose) console_.DivertOthersTo(options_.out + "/plugin.log");
+    recorder_ = std::make_unique<Recorder>(
+        options_.out, static_cast<size_t>(options_.frames),
+        static_cast<size_t>(options_.width) * static_cast<size_t>(options_.height) * 4);
+  }
+  if (surfaceless_chosen) {
+    console_.Line(
+        "no DISPLAY, WAYLAND_DISPLAY or EGL_PLATFORM is set: drawing with EGL_PLATFORM=surfaceless");
+  }
+  const RegisterPluginFunction register_plugin =
+      LoadPlugin(options_.plugin.empty() ? DefaultPluginPath() : options_.plugin);
+  std::optional<Recorder::Files> files;
+  try {
+    RunPlugin(register_plugin);
+    // Pictures show what a sensor said until its input broke; there are none of one that never said anything.
+    const bool nothing_to_show = session_->viewer().orientation_latency().count() == 0;
+    if (recorder_ && !(nothing_to_show && !input_error_.empty())) {
+      console_.Progress("writing the pictures");
+      files = recorder_->Finish();
+    }
+  } catch (const std::runtime_error& error) {
+    if (console_.others_path().empty()) throw;
+    throw HostError(std::string(error.what()) + "; the plug-in's own lines are in " + console_.others_path());
+  }
+  if (files || window_) Report(std::move(files));
+  if (!input_error_.empty()) throw HostError(input_error_);
+}
+
+void Runner::RunPlugin(RegisterPluginFunction register_plugin) {
+  session_ = std::make_unique<Session>(register_plugin, options_, [this](std::shared_ptr<const Frame> frame) {
+    if (recorder_) {
+      const double seconds = SecondsBetween(start_, frame->fetched_at);
+      recorder_->Add({std::move(frame), seconds, exchange_.orientation()});
+    } else {
+      exchange_.SetFrame(std::move(frame));
+    }
+  });
+
+  EndRunOnInterrupt();
+  start_ = Clock::now();
+  if (options_.seconds) {
+    const std::chrono::duration<double> seconds(*options_.seconds);
+    deadline_ = start_ + std::chrono::duration_cast<Clock::duration>(seconds);
+  }
+  feed_->Start(start_);
+  session_->viewer().StartRendering();
+  Loop();
+  end_ = Clock::now();
+  session_->End();
+}
+
+void Runner::OpenFeed() {
+  if (options_.imu == "-") {
+    length_s_ = options_.seconds;
+    feed_ = std::make_unique<LiveFeed>(STDIN_FILENO, "standard input");
+    return;
+  }
+  const bool repeat = options_.window && !options_.seconds;
+  auto recorded = std::make_unique<RecordedFeed>(ReadImuRun(options_.imu), repeat);
+  if (!repeat) length_s_ = std::min(recorded->length_s(), options_.seconds.value_or(recorded->length_s()));
+  feed_ = std::move(recorded);
+}
+
+void Runner::Loop() {
+  for (;;) {
+    const Clock::time_point now = Clock::now();
+    session_->embedder().CheckRaster();
+    if (!InputOver()) SendDueSamples(std::min(now, deadline_));
+    if (!ServeWindow() || AtEnd(now)) return;
+    ShowProgress(now);
+    const Clock::time_point turn_end = std::min(now + (window_ ? kWindowTurn : kHeadlessTurn), deadline_);
+    if (input_over_at_) {
+      std::this_thread::sleep_until(now + kWindowTurn);
+    } else {
+      feed_->WaitUntil(turn_end);
+    }
+  }
+}
+
+// True when no more samples are to be sent: there are none, or Ctrl-C was pressed.
+bool Runner::InputOver() const { return g_interrupted || !input_error_.empty() || feed_->ended(); }
+
+void Runner::SendDueSamples(Clock::time_point now) {
+  try {
+    for (int i = 0; i < kMostSamplesPerTurn; ++i) {
+      const std::optional<Orientation> orientation = feed_->TakeDue(now);
+      if (!orientation) return;
+      session_->viewer().SetOrientation(*orientation);
+      exchange_.SetOrientation(*orientation);
+    }
+  } catch (const HostError& error) {
+    input_error_ = error.what();
+  }
+}
+
+// False when the user has closed it.
+bool Runner::ServeWindow() {
+  if (!window_) return true;
+  while (const std::optional<Window::Action> action = window_->TakeAction()) {
+    const Angles base = options_.base.value_or(Angles());
+    switch (*action) {
+      case Window::Action::kQuit:
+        return false;
+      case Window::Action::kStraighten:
+        session_->viewer().SetBaseRotation(BaseThatStraightens(exchange_.orientation(), base));
+        break;
+      case Window::Action::kReset:
+        session_->viewer().SetBaseRotation(base);
+        break;
+    }
+  }
+  if (const std::shared_ptr<const Frame> frame = exchange_.TakeFrame()) window_->Show(*frame);
+  return true;
+}
+
+bool Runner::AtEnd(Clock::time_point now) {
+  if (now >= deadline_) return true;
+  if (!InputOver()) return false;
+  // The last sample is seen in the second frame from now at the latest: one may have been under way. A
+  // plug-in that draws nothing is not waited for.
+  constexpr auto kLongestWait = std::chrono::seconds(2);
+  const uint64_t fetched = session_->embedder().frames_fetched();
+  if (!input_over_at_) {
+    input_over_at_ = now;
+    fetched_at_input_end_ = fetched;
+  }
+  return fetched >= fetched_at_input_end_ + 2 || now >= *input_over_at_ + kLongestWait;
+}
+
+void Runner::ShowProgress(Clock::time_point now) {
+  if (now < next_progress_) return;
+  next_progress_ = now + kProgressInterval;
+  const double seconds = SecondsBetween(start_, now);
+  const uint64_t frames = session_->embedder().frames_marked();
+  const std::string orientation = OrientationText(exchange_.orientation());
+  char figures[160];
+  char length[40] = "";
+  if (length_s_) std::snprintf(length, sizeof(length), " of %.1f s", *length_s_);
+  std::snprintf(figures, sizeof(figures), "%.1f s%s, %llu frames (%.1f per second), %llu commands, ", seconds,
+                length, static_cast<unsigned long long>(frames),
+                seconds > 0 ? static_cast<double>(frames) / seconds : 0.0,
+                static_cast<unsigned long long>(session_->viewer().commands_sent()));
+  console_.Progress(figures + orientation);
+  if (window_) {
+    std::snprintf(figures, sizeof(figures), " - %.1f fps - ",
+                  seconds > 0 ? static_cast<double>(frames) / seconds : 0.0);
+    window_->SetTitle(title_ + figures + orientation);
+  }
+}
+
+void Runner::Report(std::optional<Recorder::Files> files) {
+  RunFigures figures;
+  figures.seconds = SecondsBetween(start_, end_);
+  figures.width = options_.width;
+  figures.height = options_.height;
+  figures.frames_drawn = session_->embedder().frames_marked();
+  figures.frames_fetched = session_->embedder().frames_fetched();
+  figures.commands_sent = session_->viewer().commands_sent();
+  figures.orientation_latency = session_->viewer().orientation_latency();
+  figures.create_texture_ms = Milliseconds(session_->create_texture_latency());
+  figures.load_model_ms = Milliseconds(session_->load_model_latency());
+  figures.files = std::move(files);
+  figures.log_path = console_.others_path();
+  console_.Out(ReportText(figures));
+}
+
+}  // namespace
+
+void Run(const Options& options, Console& console) { Runner(options, console).Run(); }
+
+}  // namespace host

@@ -1,0 +1,200 @@
+#include "host/imu_run.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "host/host_error.h"
+#include "test/host/temp_folder.h"
+
+namespace host {
+namespace {
+
+using Time = ImuLineParser::Time;
+
+std::vector<ImuSample> Parse(const std::string& text, Time time = Time::kRequired) {
+  ImuLineParser parser("run.csv", time);
+  std::vector<ImuSample> samples;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    if (const auto sample = parser.Parse(line)) samples.push_back(*sample);
+  }
+  parser.CheckEnd();
+  return samples;
+}
+
+std::string FailureOf(const std::string& text, Time time = Time::kRequired) {
+  try {
+    Parse(text, time);
+  } catch (const HostError& error) {
+    return error.what();
+  }
+  return "no failure";
+}
+
+void ExpectQuaternion(const Orientation& orientation, double x, double y, double z, double w) {
+  ASSERT_TRUE(std::holds_alternative<Quaternion>(orientation));
+  const auto& quaternion = std::get<Quaternion>(orientation);
+  EXPECT_EQ(quaternion.x, x);
+  EXPECT_EQ(quaternion.y, y);
+  EXPECT_EQ(quaternion.z, z);
+  EXPECT_EQ(quaternion.w, w);
+}
+
+void ExpectAngles(const Orientation& orientation, double roll, double pitch, double yaw) {
+  ASSERT_TRUE(std::holds_alternative<Angles>(orientation));
+  const auto& angles = std::get<Angles>(orientation);
+  EXPECT_EQ(angles.roll, roll);
+  EXPECT_EQ(angles.pitch, pitch);
+  EXPECT_EQ(angles.yaw, yaw);
+}
+
+TEST(ImuLineParser, QuaternionsAreReadAsTheyStand) {
+  const auto samples = Parse("t,qx,qy,qz,qw\n0.5,0.1,-0.2,3e-1,+4\n0.51,0,0,0,1\n");
+  ASSERT_EQ(samples.size(), 2u);
+  EXPECT_EQ(samples[0].seconds, 0.5);
+  ExpectQuaternion(samples[0].orientation, 0.1, -0.2, 0.3, 4.0);
+  EXPECT_EQ(samples[1].seconds, 0.51);
+  ExpectQuaternion(samples[1].orientation, 0, 0, 0, 1);
+}
+
+TEST(ImuLineParser, AnglesAreReadAsTheyStand) {
+  const auto samples = Parse("t,roll,pitch,yaw\n7,10,-20.5,170\n");
+  ASSERT_EQ(samples.size(), 1u);
+  ExpectAngles(samples[0].orientation, 10, -20.5, 170);
+}
+
+TEST(ImuLineParser, ColumnsMayComeInAnyOrderAmongOthers) {
+  const auto samples = Parse("qw,temperature,qz,qy,t,qx,note\n1,21.5,0.3,0.2,9,0.1,warm\n");
+  ASSERT_EQ(samples.size(), 1u);
+  EXPECT_EQ(samples[0].seconds, 9.0);
+  ExpectQuaternion(samples[0].orientation, 0.1, 0.2, 0.3, 1);
+}
+
+TEST(ImuLineParser, QuaternionIsTakenWhereBothFormsAreThere) {
+  const auto samples = Parse("roll,pitch,yaw,t,qx,qy,qz,qw\n1,2,3,0,0.1,0.2,0.3,0.4\n");
+  ASSERT_EQ(samples.size(), 1u);
+  ExpectQuaternion(samples[0].orientation, 0.1, 0.2, 0.3, 0.4);
+}
+
+TEST(ImuLineParser, AnglesAreTakenWhereTheQuaternionIsIncomplete) {
+  const auto samples = Parse("t,qx,qy,qz,roll,pitch,yaw\n0,9,9,9,1,2,3\n");
+  ASSERT_EQ(samples.size(), 1u);
+  ExpectAngles(samples[0].orientation, 1, 2, 3);
+}
+
+TEST(ImuLineParser, BlankLinesAndCommentsAreSkipped) {
+  const auto samples =
+      Parse("# hand-held\n\n \t\nt,roll,pitch,yaw\n# calibrated\n0,1,2,3\n\n  # moved\n1,4,5,6\n");
+  ASSERT_EQ(samples.size(), 2u);
+  ExpectAngles(samples[1].orientation, 4, 5, 6);
+}
+
+TEST(ImuLineParser, CarriageReturnsSpacesAndByteOrderMarkAreTolerated) {
+  const auto samples = Parse("\xEF\xBB\xBFt, roll ,pitch,\tyaw\r\n 0 , 1,2 ,3\r\n\r\n");
+  ASSERT_EQ(samples.size(), 1u);
+  ExpectAngles(samples[0].orientation, 1, 2, 3);
+}
+
+TEST(ImuLineParser, EqualTimesAreAccepted) {
+  EXPECT_EQ(Parse("t,roll,pitch,yaw\n1,0,0,0\n1,0,0,0\n").size(), 2u);
+}
+
+TEST(ImuLineParser, OptionalTimeMayBeMissingOrGoBack) {
+  const auto without = Parse("roll,pitch,yaw\n1,2,3\n", Time::kOptional);
+  ASSERT_EQ(without.size(), 1u);
+  EXPECT_FALSE(without[0].seconds.has_value());
+  EXPECT_EQ(Parse("t,roll,pitch,yaw\n2,0,0,0\n1,0,0,0\n", Time::kOptional).size(), 2u);
+}
+
+TEST(ImuLineParser, FailureNamesLineAndWhatWasExpectedAndFound) {
+  constexpr char kHeader[] = "t,qx,qy,qz,qw\n";
+  const struct {
+    const char* what;
+    std::string text;
+    std::string failure;
+  } kCases[] = {
+      {"nothing at all", "",
+       "run.csv: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found the end of the "
+       "input"},
+      {"comments only", "# nothing\n\n",
+       "run.csv: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found the end of the "
+       "input"},
+      {"a header only", kHeader, "run.csv: expected samples after the header, found the end of the input"},
+      {"no header", "0,0,0,0,1\n",
+       "run.csv, line 1: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found "
+       "\"0,0,0,0,1\""},
+      {"no time", "qx,qy,qz,qw\n0,0,0,1\n",
+       "run.csv, line 1: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found "
+       "\"qx,qy,qz,qw\""},
+      {"neither form whole", "# run\nt,qx,qy,qz,roll,pitch\n",
+       "run.csv, line 2: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found "
+       "\"t,qx,qy,qz,roll,pitch\""},
+      {"capitals", "T,Roll,Pitch,Yaw\n",
+       "run.csv, line 1: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found "
+       "\"T,Roll,Pitch,Yaw\""},
+      {"a column twice", "t,roll,pitch,yaw,roll\n",
+       "run.csv, line 1: expected one column roll, found several"},
+      {"too few fields", std::string(kHeader) + "0,0,0,1\n",
+       "run.csv, line 2: expected 5 fields as in the header, found 4"},
+      {"too many fields", std::string(kHeader) + "0,0,0,0,1,\n",
+       "run.csv, line 2: expected 5 fields as in the header, found 6"},
+      {"a word", std::string(kHeader) + "0,0,0,0,1\n\n0.1,0,oops,0,1\n",
+       "run.csv, line 4: expected a number for qy, found \"oops\""},
+      {"an empty field", std::string(kHeader) + "0,0,0,0,\n",
+       "run.csv, line 2: expected a number for qw, found \"\""},
+      {"a number and more", std::string(kHeader) + "0,0,0,0,1m\n",
+       "run.csv, line 2: expected a number for qw, found \"1m\""},
+      {"not a number", std::string(kHeader) + "nan,0,0,0,1\n",
+       "run.csv, line 2: expected a number for t, found \"nan\""},
+      {"infinity", std::string(kHeader) + "0,inf,0,0,1\n",
+       "run.csv, line 2: expected a number for qx, found \"inf\""},
+      {"beyond all doubles", std::string(kHeader) + "0,1e999,0,0,1\n",
+       "run.csv, line 2: expected a number for qx, found \"1e999\""},
+      {"two signs", std::string(kHeader) + "0,+-1,0,0,1\n",
+       "run.csv, line 2: expected a number for qx, found \"+-1\""},
+      {"a decimal comma", std::string(kHeader) + "0;1;0;0;1\n",
+       "run.csv, line 2: expected 5 fields as in the header, found 1"},
+      {"time going back", std::string(kHeader) + "0.5,0,0,0,1\n0.25,0,0,0,1\n",
+       "run.csv, line 3: expected a time t not before 0.5 s, found 0.25 s"},
+      {"control characters", std::string(kHeader) + "0,\x1b[2J,0,0,1\n",
+       "run.csv, line 2: expected a number for qx, found \"?[2J\""},
+      {"a very long word", std::string(kHeader) + "0," + std::string(100, 'x') + ",0,0,1\n",
+       "run.csv, line 2: expected a number for qx, found \"" + std::string(60, 'x') + "...\""},
+  };
+  for (const auto& c : kCases) EXPECT_EQ(FailureOf(c.text), c.failure) << c.what;
+}
+
+TEST(ImuLineParser, FailureOfHeaderSaysWhereTimeIsOptional) {
+  EXPECT_EQ(
+      FailureOf("a,b\n", Time::kOptional),
+      "run.csv, line 1: expected a header naming either qx,qy,qz,qw or roll,pitch,yaw (and t, if any), found "
+      "\"a,b\"");
+}
+
+TEST(ReadImuRun, FileIsReadWhole) {
+  const TempFolder folder;
+  const auto samples = ReadImuRun(folder.Write("run.csv", "t,roll,pitch,yaw\r\n0,1,2,3\r\n0.5,4,5,6"));
+  ASSERT_EQ(samples.size(), 2u);
+  ExpectAngles(samples[1].orientation, 4, 5, 6);
+}
+
+TEST(ReadImuRun, FailureNamesTheFile) {
+  const TempFolder folder;
+  const auto failure_of = [](const std::string& path) -> std::string {
+    try {
+      ReadImuRun(path);
+    } catch (const HostError& error) {
+      return error.what();
+    }
+    return "no failure";
+  };
+  const std::string bad = folder.Write("bad.csv", "t,roll,pitch,yaw\n0,1,2,x\n");
+  EXPECT_EQ(failure_of(bad), bad + ", line 2: expected a number for yaw, found \"x\"");
+  EXPECT_EQ(failure_of(folder.File("none.csv")),
+            "cannot read the IMU file " + folder.File("none.csv") + ": No such file or directory");
+  EXPECT_EQ(failure_of(folder.path()), "cannot read the IMU file " + folder.path() + ": it is a folder");
+}
+
+}  // namespace
+}  // namespace host

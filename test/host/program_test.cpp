@@ -1,0 +1,487 @@
+// orbisk_host itself, run as a person runs it, with the built plug-in and the sample files.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <map>
+#include <thread>
+
+#include "test/host/pictures_on_disk.h"
+#include "test/host/temp_folder.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+using Environment = std::map<std::string, std::string>;
+
+const std::string kModel = ORBISK_ASSETS "/device.glb";
+const std::string kImu = ORBISK_ASSETS "/imu_run.csv";
+const Environment kSurfaceless = {{"EGL_PLATFORM", "surfaceless"}};
+
+constexpr char kSurfacelessChosen[] =
+    "orbisk_host: no DISPLAY, WAYLAND_DISPLAY or EGL_PLATFORM is set: drawing with "
+    "EGL_PLATFORM=surfaceless\n";
+
+// Variables of the test's own environment that a program needs to run at all, or to be checked.
+const char* const kInherited[] = {"PATH",         "HOME",          "LD_LIBRARY_PATH", "ASAN_OPTIONS",
+                                  "LSAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"};
+
+// A running program, its output in files.
+class Process {
+ public:
+  struct Result {
+    int status = -1;  // exit status; -1: it was killed by a signal
+    int signal = 0;
+    std::string out;
+    std::string err;
+  };
+
+  /// `input`: a file to read, or a descriptor to read from.
+  Process(const TempFolder& folder, std::vector<std::string> command, const Environment& environment,
+          int input)
+      : out_path_(folder.File("stdout")), err_path_(folder.File("stderr")) {
+    std::vector<std::string> variables;
+    for (const char* name : kInherited) {
+      if (const char* value = getenv(name)) variables.push_back(std::string(name) + "=" + value);
+    }
+    for (const auto& [name, value] : environment) variables.push_back(name + "=" + value);
+    const int out = open(out_path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    const int err = open(err_path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    const std::vector<char*> arguments = Pointers(command);
+    const std::vector<char*> environment_pointers = Pointers(variables);
+    id_ = fork();
+    if (id_ == 0) {
+      dup2(input, STDIN_FILENO);
+      dup2(out, STDOUT_FILENO);
+      dup2(err, STDERR_FILENO);
+      execvpe(arguments[0], arguments.data(), environment_pointers.data());
+      _exit(127);
+    }
+    close(out);
+    close(err);
+  }
+
+  pid_t id() const { return id_; }
+
+  Result Wait() {
+    int status = 0;
+    waitpid(id_, &status, 0);
+    Result result;
+    if (WIFEXITED(status)) result.status = WEXITSTATUS(status);
+    if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
+    result.out = ReadFile(out_path_);
+    result.err = ReadFile(err_path_);
+    return result;
+  }
+
+ private:
+  static std::vector<char*> Pointers(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts) pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+  }
+
+  const std::string out_path_;
+  const std::string err_path_;
+  pid_t id_ = -1;
+};
+
+class ProgramTest : public ::testing::Test {
+ protected:
+  using Result = Process::Result;
+
+  Result Run(std::vector<std::string> arguments, const Environment& environment = kSurfaceless,
+             const std::string& input = "") {
+    arguments.insert(arguments.begin(), ORBISK_HOST_PROGRAM);
+    return RunCommand(arguments, environment, input);
+  }
+  Result RunCommand(const std::vector<std::string>& command, const Environment& environment,
+                    const std::string& input = "") {
+    const int file = open(folder_.Write("stdin", input).c_str(), O_RDONLY);
+    Result result = Process(folder_, command, environment, file).Wait();
+    close(file);
+    return result;
+  }
+  // With model and pictures' folder.
+  Result RunImu(const std::string& imu, std::vector<std::string> arguments = {},
+                const Environment& environment = kSurfaceless, const std::string& input = "") {
+    arguments.insert(arguments.begin(), {"--model", kModel, "--imu", imu, "--out", Out()});
+    return Run(std::move(arguments), environment, input);
+  }
+
+  std::string Out() const { return folder_.File("pictures"); }
+  // How an error line ends that has to do with the plug-in.
+  std::string LogHint() const { return "; the plug-in's own lines are in " + Out() + "/plugin.log\n"; }
+  std::string Log() const { return ReadFile(Out() + "/plugin.log"); }
+  bool Exists(const std::string& name) const { return std::filesystem::exists(Out() + "/" + name); }
+
+  // The whole number after `name` in the report.
+  static int Figure(const std::string& report, const std::string& name) {
+    const size_t found = report.find(name);
+    return found == std::string::npos ? -1 : std::atoi(report.c_str() + found + name.size());
+  }
+
+  // The report with DIR for the pictures' folder and # for every number.
+  std::string WithoutFigures(std::string report) const {
+    for (size_t at; (at = report.find(Out())) != std::string::npos;) report.replace(at, Out().size(), "DIR");
+    std::string text;
+    for (const char c : report) {
+      const bool in_number = !text.empty() && text.back() == '#';
+      const bool digit = c >= '0' && c <= '9';
+      if (digit && !in_number) text += '#';
+      if (!digit && !(c == '.' && in_number)) text += c;
+    }
+    // The point of "frame_01.png" is not one of a number.
+    for (size_t at; (at = text.find("#png")) != std::string::npos;) text.insert(at + 1, ".");
+    return text;
+  }
+
+  static bool ShowsTheModel(const std::string& png_path) {
+    const PngOnDisk png(png_path);
+    int opaque = 0;
+    int transparent = 0;
+    for (int y = 0; y < png.height(); ++y) {
+      for (int x = 0; x < png.width(); ++x) {
+        const uint32_t alpha = png.Pixel(x, y) >> 24;
+        opaque += alpha == 255 ? 1 : 0;
+        transparent += alpha == 0 ? 1 : 0;
+      }
+    }
+    return opaque > png.width() * png.height() / 100 && transparent > png.width() * png.height() / 4;
+  }
+
+  TempFolder folder_;
+};
+
+// ---- Runs -------------------------------------------------------------------------------------------------
+
+TEST_F(ProgramTest, HeadlessRunWritesPicturesAndReports) {
+  const Result result = RunImu(kImu, {"--headless", "--seconds", "2"});
+  EXPECT_EQ(result.status, 0) << Log();
+  EXPECT_EQ(result.err, "");
+
+  // A slow machine adds a line about frames that were left out.
+  EXPECT_THAT(WithoutFigures(result.out),
+              StartsWith("Ran for # s at #x#:\n"
+                         "  frames drawn      #, # per second\n"
+                         "  frames fetched    #\n"
+                         "  commands sent     #\n"
+                         "  command latency   median # ms, worst # ms, of # orientations\n"
+                         "  set-up            createTexture # ms, loadModel # ms\n"
+                         "  files written     DIR/frame_#.png to DIR/frame_#.png\n"
+                         "                    DIR/contact_sheet.png\n"
+                         "                    DIR/orientation.webp\n"
+                         "                    DIR/plugin.log (the plug-in's own lines)\n"));
+
+  const int drawn = Figure(result.out, "frames drawn");
+  const int fetched = Figure(result.out, "frames fetched");
+  EXPECT_GE(fetched, 12);
+  EXPECT_LE(fetched, drawn);
+  EXPECT_LE(drawn, 75) << "30 a second";
+  // All samples of two seconds, the first and the last one included; and createTexture, loadModel,
+  // startRendering, stopRendering and dispose.
+  EXPECT_EQ(Figure(result.out, "commands sent"), 201 + 5);
+
+  for (int i = 1; i <= 12; ++i) {
+    const std::string path = Out() + "/frame_" + (i < 10 ? "0" : "") + std::to_string(i) + ".png";
+    EXPECT_EQ(PngOnDisk(path).width(), 640) << path;
+    EXPECT_EQ(PngOnDisk(path).height(), 480) << path;
+    EXPECT_TRUE(ShowsTheModel(path)) << path;
+  }
+  EXPECT_FALSE(Exists("frame_13.png"));
+  EXPECT_EQ(PngOnDisk(Out() + "/contact_sheet.png").width(), 12 + 4 * 252);
+  const WebPOnDisk webp(Out() + "/orientation.webp");
+  EXPECT_EQ(webp.width, 320);
+  EXPECT_EQ(webp.height, 240);
+  EXPECT_EQ(webp.loop_count, 0);
+  EXPECT_GE(webp.pictures.size(), 6u);
+  EXPECT_LE(webp.pictures.size(), 33u);
+  EXPECT_NEAR(webp.pictures.back().end_ms, 2000, 250);
+
+  // Nothing is taken away while it is in use.
+  const std::string log = Log();
+  size_t last = 0;
+  for (const char* line :
+       {"Texture created with ID: 1", "Model loaded successfully!", "Rendering thread STARTED",
+        "StopRendering called", "Rendering stopped", "Dispose called", "Unregistering texture 1",
+        "Plugin destructor called", "Plugin destroyed"}) {
+    const size_t at = log.find(std::string("[Orbisk] ") + line + "\n", last);
+    ASSERT_NE(at, std::string::npos) << line;
+    last = at;
+  }
+}
+
+TEST_F(ProgramTest, SizeViewAndFrameOptionsReachThePlugin) {
+  const Result result = RunImu(kImu, {"--size", "64x48", "--distance", "2.25", "--scale", "1.5", "--base-rpy",
+                                      "-10,20,30", "--seconds", "0.5", "--frames", "2"});
+  EXPECT_EQ(result.status, 0) << Log();
+  EXPECT_THAT(Log(), HasSubstr("[Orbisk] Requested texture size: 64x48\n"));
+  EXPECT_THAT(Log(), HasSubstr("[Orbisk] Camera distance set to: 2.25\n"));
+  EXPECT_THAT(Log(), HasSubstr("[Orbisk] Model scale set to: 1.5\n"));
+  EXPECT_THAT(Log(), HasSubstr("[Orbisk] Base rotation set to: roll=-10° pitch=20° yaw=30°\n"));
+  EXPECT_EQ(PngOnDisk(Out() + "/frame_02.png").width(), 64);
+  EXPECT_FALSE(Exists("frame_03.png"));
+}
+
+TEST_F(ProgramTest, WithoutDisplayAndPlatformSurfacelessIsChosen) {
+  const Result result = RunImu(kImu, {"--seconds", "0.3"}, {});
+  EXPECT_EQ(result.status, 0) << Log();
+  EXPECT_EQ(result.err, kSurfacelessChosen);
+  EXPECT_TRUE(ShowsTheModel(Out() + "/frame_01.png"));
+}
+
+TEST_F(ProgramTest, VerboseRunLeavesThePluginsLinesWhereTheyGo) {
+  const Result result = RunImu(kImu, {"--seconds", "0.3", "--verbose"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.out, StartsWith("[Orbisk] Plugin initialized\n"));
+  EXPECT_THAT(result.out, HasSubstr("[Orbisk] Plugin destroyed\nRan for 0.3 s at 640x480:\n"));
+  EXPECT_THAT(result.out, Not(HasSubstr("plugin.log")));
+  EXPECT_FALSE(Exists("plugin.log"));
+}
+
+TEST_F(ProgramTest, RunOfOneSampleHasAPicture) {
+  const std::string imu = folder_.Write("one.csv", "t,roll,pitch,yaw\n5,10,20,30\n");
+  const Result result = RunImu(imu);
+  EXPECT_EQ(result.status, 0) << result.err << Log();
+  EXPECT_EQ(Figure(result.out, "commands sent"), 1 + 5);
+  EXPECT_TRUE(ShowsTheModel(Out() + "/frame_01.png"));
+}
+
+TEST_F(ProgramTest, StandardInputIsFollowedToItsEnd) {
+  const Result result =
+      RunImu("-", {}, kSurfaceless, "t,qx,qy,qz,qw\n0,0,0,0,1\n0.2,0,0,0.1,0.99\n0.4,0,0,0.2,0.97\n");
+  EXPECT_EQ(result.status, 0) << result.err << Log();
+  EXPECT_THAT(result.out, HasSubstr(" ms, of 3 orientations\n"));
+  EXPECT_THAT(result.out, StartsWith("Ran for 0."));
+  EXPECT_TRUE(ShowsTheModel(Out() + "/frame_01.png"));
+}
+
+TEST_F(ProgramTest, StandardInputNeedsNoTimes) {
+  const Result result = RunImu("-", {}, kSurfaceless, "roll,pitch,yaw\n0,0,0\n10,0,0\n");
+  EXPECT_EQ(result.status, 0) << result.err << Log();
+  EXPECT_THAT(result.out, HasSubstr(" ms, of 2 orientations\n"));
+}
+
+TEST_F(ProgramTest, InterruptedRunStillWritesItsPictures) {
+  int sensor[2];
+  ASSERT_EQ(pipe(sensor), 0);
+  const std::string lines = "roll,pitch,yaw\n0,0,0\n";
+  ASSERT_EQ(write(sensor[1], lines.data(), lines.size()), static_cast<ssize_t>(lines.size()));
+  Process process(folder_, {ORBISK_HOST_PROGRAM, "--model", kModel, "--imu", "-", "--out", Out()},
+                  kSurfaceless, sensor[0]);
+  // The host answers to Ctrl-C from before it sends this command on. The input goes on without an end.
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+  while (Log().find("StartRendering called") == std::string::npos &&
+         std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::yield();
+  }
+  kill(process.id(), SIGINT);
+  const Result result = process.Wait();
+  close(sensor[0]);
+  close(sensor[1]);
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_TRUE(ShowsTheModel(Out() + "/frame_01.png"));
+  EXPECT_TRUE(Exists("contact_sheet.png"));
+  EXPECT_THAT(Log(), HasSubstr("[Orbisk] Plugin destroyed\n"));
+}
+
+TEST_F(ProgramTest, WindowRunShowsFramesUnderAnXServer) {
+  if (std::system("command -v xvfb-run >/dev/null 2>&1") != 0) GTEST_SKIP() << "no xvfb-run here";
+  const Result result = RunCommand(
+      {"xvfb-run", "-a", ORBISK_HOST_PROGRAM, "--model", kModel, "--imu", kImu, "--window", "--seconds", "2"},
+      {});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.out, HasSubstr("Ran for 2."));
+  EXPECT_GE(Figure(result.out, "frames fetched"), 5);
+  EXPECT_THAT(result.out, Not(HasSubstr("files written")));
+  EXPECT_THAT(result.out, HasSubstr("[Orbisk] Plugin destroyed\n"));
+}
+
+TEST_F(ProgramTest, HelpIsShown) {
+  const Result result = Run({"--help"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+  EXPECT_THAT(result.out, StartsWith("orbisk_host shows a 3D model of a device turned by an IMU"));
+}
+
+// ---- Failures ---------------------------------------------------------------------------------------------
+
+TEST_F(ProgramTest, WrongUseIsExplainedInOneLine) {
+  const Result result = RunImu(kImu, {"--size", "0x480"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err,
+            "orbisk_host: --size: expected WIDTHxHEIGHT in pixels, each from 1 to 4096, found \"0x480\" "
+            "(orbisk_host --help explains)\n");
+}
+
+TEST_F(ProgramTest, MissingModelShowsThePluginsMessage) {
+  const Result result = Run({"--model", "nosuch.glb", "--imu", kImu, "--out", Out()});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(
+      result.err,
+      "orbisk_host: cannot load the model nosuch.glb: LOAD_FAILED: Failed to load model: fail: read file; "
+      "fail: read file" +
+          LogHint());
+  EXPECT_THAT(Log(), HasSubstr("[Orbisk] ERROR: Failed to load model from any path\n"));
+}
+
+TEST_F(ProgramTest, MissingPluginIsNamed) {
+  const Result result = RunImu(kImu, {"--plugin", "/no/such/plugin.so"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err,
+            "orbisk_host: cannot load the plug-in: /no/such/plugin.so: cannot open shared object file: No "
+            "such file "
+            "or directory\n");
+}
+
+TEST_F(ProgramTest, LibraryThatIsNoPluginIsNamed) {
+  const Result result = RunImu(kImu, {"--plugin", ORBISK_OTHER_LIBRARY});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "orbisk_host: this is not the plug-in: " ORBISK_OTHER_LIBRARY
+                        ": undefined symbol: OrbiskPluginRegisterWithRegistrar\n");
+}
+
+TEST_F(ProgramTest, MalformedImuFileIsReportedBeforeAnythingStarts) {
+  const std::string imu = folder_.Write("bad.csv", "t,qx,qy,qz,qw\n0,0,0,0,1\n0.01,0,0,zero,1\n");
+  const Result result = RunImu(imu);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "orbisk_host: " + imu + ", line 3: expected a number for qz, found \"zero\"\n");
+  EXPECT_FALSE(std::filesystem::exists(Out()));
+}
+
+TEST_F(ProgramTest, MissingImuFileIsNamed) {
+  const Result result = RunImu("nosuch.csv");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "orbisk_host: cannot read the IMU file nosuch.csv: No such file or directory\n");
+}
+
+TEST_F(ProgramTest, ImuFileWithoutSamplesIsRefused) {
+  const std::string imu = folder_.Write("empty.csv", "t,roll,pitch,yaw\n");
+  const Result result = RunImu(imu);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err,
+            "orbisk_host: " + imu + ": expected samples after the header, found the end of the input\n");
+}
+
+TEST_F(ProgramTest, MalformedLineFromASensorEndsTheRunAfterItsPictures) {
+  const Result result =
+      RunImu("-", {}, kSurfaceless, "t,roll,pitch,yaw\n0,0,0,0\n0.5,10,0,0\n0.6,oops,0,0\n0.7,0,0,0\n");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "orbisk_host: standard input, line 4: expected a number for roll, found \"oops\"\n");
+  EXPECT_THAT(result.out, HasSubstr(" ms, of 2 orientations\n"));
+  EXPECT_TRUE(Exists("contact_sheet.png"));
+}
+
+TEST_F(ProgramTest, EmptyStandardInputIsRefused) {
+  const Result result = RunImu("-", {}, kSurfaceless, "");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(
+      result.err,
+      "orbisk_host: standard input: expected a header naming either qx,qy,qz,qw or roll,pitch,yaw (and t, if "
+      "any), found the end of the input\n");
+  EXPECT_FALSE(Exists("contact_sheet.png"));
+}
+
+TEST_F(ProgramTest, MissingEglIsExplained) {
+  const Result result = RunImu(kImu, {}, {{"EGL_PLATFORM", "x11"}});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(
+      result.err,
+      "orbisk_host: createTexture failed: INIT_FAILED: Failed to initialize EGL renderer: OpenGL ES needs a "
+      "display that runs (DISPLAY is not set, WAYLAND_DISPLAY is not set), or EGL_PLATFORM=surfaceless to "
+      "draw "
+      "without one (EGL_PLATFORM is \"x11\"), and the packages libegl1, libgles2, libegl-mesa0 and "
+      "libgl1-mesa-dri" +
+          LogHint());
+}
+
+TEST_F(ProgramTest, WindowNeedsADisplay) {
+  const Result result = RunImu(kImu, {"--window"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(
+      result.err,
+      "orbisk_host: cannot open a window: neither DISPLAY nor WAYLAND_DISPLAY is set; --headless needs no "
+      "display\n");
+}
+
+TEST_F(ProgramTest, WindowNeedsADisplayThatRuns) {
+  const Result result =
+      RunImu(kImu, {"--window"}, {{"DISPLAY", ":987"}, {"XDG_RUNTIME_DIR", folder_.path()}});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err,
+            "orbisk_host: cannot open a window: x11,wayland not available; --headless needs no display\n");
+}
+
+TEST_F(ProgramTest, FolderThatCannotBeWrittenIsNamed) {
+  const std::string file = folder_.Write("file", "");
+  const Result result = Run({"--model", kModel, "--imu", kImu, "--out", file + "/pictures"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "orbisk_host: cannot write into the folder " + file + "/pictures: Not a directory\n");
+}
+
+TEST_F(ProgramTest, FileInThePlaceOfTheFolderIsNamed) {
+  const std::string file = folder_.Write("file", "");
+  const Result result = Run({"--model", kModel, "--imu", kImu, "--out", file});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "orbisk_host: cannot write into the folder " + file + ": Not a directory\n");
+}
+
+// ---- Plug-ins that misbehave ------------------------------------------------------------------------------
+
+class MisbehaviourTest : public ProgramTest {
+ protected:
+  Result RunWith(const std::string& misbehaviour) {
+    return RunImu(kImu, {"--plugin", ORBISK_MISBEHAVING_PLUGIN},
+                  {{"EGL_PLATFORM", "surfaceless"}, {"ORBISK_MISBEHAVIOUR", misbehaviour}});
+  }
+};
+
+TEST_F(MisbehaviourTest, ExceptionFromThePluginsHandlerIsOneLine) {
+  const Result result = RunWith("throw");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(
+      result.err,
+      "orbisk_host: createTexture failed: an exception left the plug-in's handler: thrown by the plug-in" +
+          LogHint());
+}
+
+TEST_F(MisbehaviourTest, SilenceIsOneLine) {
+  const Result result = RunWith("silence");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "orbisk_host: createTexture failed: the plug-in gave no answer" + LogHint());
+}
+
+TEST_F(MisbehaviourTest, UnknownCommandIsOneLine) {
+  const Result result = RunWith("no implementation");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "orbisk_host: createTexture failed: the plug-in does not implement it" + LogHint());
+}
+
+TEST_F(MisbehaviourTest, UnknownTextureIsOneLine) {
+  const Result result = RunWith("unknown texture");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "orbisk_host: there is no texture 12" + LogHint());
+}
+
+TEST_F(MisbehaviourTest, CrashSaysWhereTheLastLinesAre) {
+  const Result result = RunWith("abort");
+  EXPECT_NE(result.status, 0);
+  EXPECT_EQ(result.err, "orbisk_host: the program crashed; the last lines of the plug-in are in " + Out() +
+                            "/plugin.log\n");
+  EXPECT_THAT(Log(), StartsWith("about to abort\n"));
+}
+
+}  // namespace
