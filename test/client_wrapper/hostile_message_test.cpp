@@ -112,13 +112,6 @@ TEST(HostileMessageTest, NestedListsThatEachClaimTheRestShareOneRest) {
   EXPECT_EQ(measured.errors, RepeatLine(899, kInvalidRead));  // the innermost one gets all it claims
 }
 
-TEST(HostileMessageTest, ListsSideBySideThatClaimTheRestShareOneRest) {
-  const Bytes bytes =
-      Join({{12, 254, 0, 8}, Repeat(2048, {12, 4, 1, 1, 1, 1}), {12, 255, 255, 255, 255, 255}});
-  const Measured measured = DecodeMeasured(bytes);
-  EXPECT_LE(measured.peak, FairPeak(bytes));
-}
-
 TEST(HostileMessageTest, ListTakesNoMoreElementsThanTheBytesLeftAndTheOneThatFails) {
   const Measured measured = DecodeMeasured(Join({{12, 255, 255, 255, 255, 255}, Repeat(1000, {1})}));
   EXPECT_EQ(std::get<EncodableList>(*measured.value).size(), 1001u);

@@ -91,7 +91,7 @@ TEST(ReplyManagerTest, DataReachesTheReplyOnce) {
 TEST(ReplyManagerTest, NoDataAndEmptyDataAreANullPointerOfNoLength) {
   Bytes empty;
   empty.reserve(1);  // its pointer is not null
-  for (const Bytes* data : {static_cast<const Bytes*>(nullptr), &empty}) {
+  for (const Bytes* data : std::initializer_list<const Bytes*>{nullptr, &empty}) {
     Replies replies;
     ReplyManager(replies.Callback()).SendResponseData(data);
     ASSERT_EQ(replies.sent.size(), 1u);

@@ -1,5 +1,6 @@
 // From the path to the JSON text and the BIN data: opening and reading the file, its header, its two chunks.
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -45,18 +46,18 @@ TEST(GlbBuilderTest, AMeshBecomesAccessorsAndViewsOfItsOwn) {
                                 .Indices(glb_builder::Ushorts({7}).ViewField("byteStride", "2"))
                                 .Field("name", "\"lid\"")
                                 .Color("1, 0, 0"));
-  EXPECT_EQ(
-      glb.JsonText(),
-      R"({"asset":{"version":"2.0"},)"
-      R"("meshes":[{"name":"lid","primitives":[{"attributes":{"POSITION":0,"NORMAL":1},"indices":2,"material":0}]}],)"
-      R"("materials":[{"pbrMetallicRoughness":{"baseColorFactor":[1, 0, 0]}}],)"
-      R"("accessors":[{"bufferView":0,"byteOffset":4,"componentType":5126,"count":1,"type":"VEC3"},)"
-      R"({"bufferView":1,"componentType":5126,"count":1,"type":"VEC3"},)"
-      R"({"bufferView":2,"componentType":5123,"count":1,"type":"SCALAR"}],)"
-      R"("bufferViews":[{"buffer":0,"byteOffset":0,"byteLength":16},)"
-      R"({"buffer":0,"byteOffset":16,"byteLength":12},)"
-      R"({"byteStride":2,"buffer":0,"byteOffset":28,"byteLength":2}],)"
-      R"("buffers":[{"byteLength":30}]})");
+  EXPECT_EQ(glb.JsonText(),
+            R"({"asset":{"version":"2.0"},)"
+            R"("meshes":[{"name":"lid","primitives":[)"
+            R"({"attributes":{"POSITION":0,"NORMAL":1},"indices":2,"material":0}]}],)"
+            R"("materials":[{"pbrMetallicRoughness":{"baseColorFactor":[1, 0, 0]}}],)"
+            R"("accessors":[{"bufferView":0,"byteOffset":4,"componentType":5126,"count":1,"type":"VEC3"},)"
+            R"({"bufferView":1,"componentType":5126,"count":1,"type":"VEC3"},)"
+            R"({"bufferView":2,"componentType":5123,"count":1,"type":"SCALAR"}],)"
+            R"("bufferViews":[{"buffer":0,"byteOffset":0,"byteLength":16},)"
+            R"({"buffer":0,"byteOffset":16,"byteLength":12},)"
+            R"({"byteStride":2,"buffer":0,"byteOffset":28,"byteLength":2}],)"
+            R"("buffers":[{"byteLength":30}]})");
   EXPECT_EQ(glb.BinData(),
             (Bytes{0xEE, 0xEE, 0xEE, 0xEE, 0,    0, 0x80, 0x3F, 0,    0, 0x00, 0x40, 0,    0, 0x40,
                    0x40, 0,    0,    0x80, 0x40, 0, 0,    0xA0, 0x40, 0, 0,    0xC0, 0x40, 7, 0}));
@@ -234,6 +235,15 @@ TEST_F(UnreadablePathTest, ALinkToAFolder) {
   const std::string link = folder_.PathOf("link.glb");
   ASSERT_EQ(symlink(folder_.path().c_str(), link.c_str()), 0);
   ExpectReadFailure(link);
+}
+
+TEST_F(UnreadablePathTest, APipe) {
+  const std::string pipe = folder_.PathOf("pipe.glb");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const int other_end = open(pipe.c_str(), O_RDWR);  // or the load would wait for one
+  ASSERT_GE(other_end, 0);
+  ExpectReadFailure(pipe);
+  close(other_end);
 }
 
 TEST_F(UnreadablePathTest, AFileWithoutPermission) {

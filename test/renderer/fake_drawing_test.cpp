@@ -124,8 +124,7 @@ TEST_F(DrawingOnFakesTest, StateThatReachesEachDraw) {
   EXPECT_THAT(draws[1].uniforms.at("u_objectColor"), ElementsAre(1.0f, 0.0f, 0.625f));
 }
 
-// ---- Meshes
-// ----------------------------------------------------------------------------------------------------
+// ---- Meshes -----------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -219,8 +218,7 @@ TEST_F(MeshOnFakesTest, OneErrorIsTakenFromTheQueue) {
   EXPECT_EQ(err_.Take(), RendererLines({"GL error: 0x500", "GL error: 0x505"}));
 }
 
-// ---- A renderer that cannot draw
-// -------------------------------------------------------------------------------
+// ---- A renderer that cannot draw --------------------------------------------------------------------------
 
 namespace {
 

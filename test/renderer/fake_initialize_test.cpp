@@ -32,8 +32,7 @@ struct Path {
   std::vector<std::string> releases;  // the calls that release it
 };
 
-// ---- What the paths have in common
-// ---------------------------------------------------------------------------
+// ---- What the paths have in common ------------------------------------------------------------------------
 
 Step InitializeDisplay() { return {{"eglInitialize(display1) -> EGL_TRUE"}, {"EGL version: 1.4"}}; }
 
@@ -104,8 +103,7 @@ std::vector<Value> operator+(std::vector<Value> front, const std::vector<Value>&
   return front;
 }
 
-// ---- The paths
-// -----------------------------------------------------------------------------------------------
+// ---- The paths --------------------------------------------------------------------------------------------
 
 const Step kOffscreenStart = {{},
                               {"Initializing 640x480 (offscreen mode)",
@@ -209,8 +207,7 @@ std::string LinesOf(const Path& path, size_t steps) {
   return text;
 }
 
-// ---- Success
-// -------------------------------------------------------------------------------------------------
+// ---- Success ----------------------------------------------------------------------------------------------
 
 struct NamedPath {
   const char* name;
@@ -247,8 +244,7 @@ INSTANTIATE_TEST_SUITE_P(Paths, InitializeOnFakesTest,
                                            NamedPath{"Window", WindowPath()}),
                          NameOfPath);
 
-// ---- Failure
-// -------------------------------------------------------------------------------------------------
+// ---- Failure ----------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -453,8 +449,7 @@ INSTANTIATE_TEST_SUITE_P(Gbm, InitializeFailureOnFakesTest, ::testing::ValuesIn(
 INSTANTIATE_TEST_SUITE_P(Window, InitializeFailureOnFakesTest, ::testing::ValuesIn(WindowFailures()),
                          NameOfFailure);
 
-// ---- The DRM nodes
-// ---------------------------------------------------------------------------------------------
+// ---- The DRM nodes ----------------------------------------------------------------------------------------
 
 namespace {
 
@@ -508,8 +503,7 @@ TEST_F(DrmNodesOnFakesTest, SecondCardIsTriedLast) {
                      "Trying DRM device: /dev/dri/card1", "Successfully opened DRM device: /dev/dri/card1"}));
 }
 
-// ---- Driver strings
-// --------------------------------------------------------------------------------------------
+// ---- Driver strings ---------------------------------------------------------------------------------------
 
 namespace {
 
@@ -533,8 +527,7 @@ TEST_P(DriverStringOnFakesTest, NullOneCutsItsOwnLineOnly) {
 
 INSTANTIATE_TEST_SUITE_P(Strings, DriverStringOnFakesTest, ::testing::Range<size_t>(0, 4));
 
-// ---- The size
-// --------------------------------------------------------------------------------------------------
+// ---- The size ---------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -561,8 +554,7 @@ TEST_F(SizeOnFakesTest, EmptyOneMakesAnIncompleteFramebuffer) {
   out_.Take();
 }
 
-// ---- The log
-// ---------------------------------------------------------------------------------------------------
+// ---- The log ----------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -583,8 +575,7 @@ TEST_F(LogOnFakesTest, LinesAreOutBeforeTheNextCall) {
   out_.Take();
 }
 
-// ---- Context and release
-// ---------------------------------------------------------------------------------------
+// ---- Context and release ----------------------------------------------------------------------------------
 
 namespace {
 

@@ -113,8 +113,7 @@ class FakeLibrariesTest : public ::testing::Test {
 
 }  // namespace
 
-// ---- In the place of the real ones
-// -----------------------------------------------------------------------------
+// ---- In the place of the real ones ------------------------------------------------------------------------
 
 TEST_F(FakeLibrariesTest, AreWhatThisProgramUses) {
   EXPECT_THAT(FileOfFunction(eglInitialize), EndsWith("graphics/libEGL.so.1"));
@@ -137,8 +136,7 @@ TEST_F(FakeLibrariesTest, AreWhatTheBuiltPluginUses) {
   dlclose(plugin);
 }
 
-// ---- The record
-// ------------------------------------------------------------------------------------------------
+// ---- The record -------------------------------------------------------------------------------------------
 
 TEST_F(FakeLibrariesTest, RecordCallsAndAppendedLinesInOneSequenceWithTheirThreads) {
   eglGetDisplay(EGL_DEFAULT_DISPLAY);
@@ -177,8 +175,7 @@ TEST_F(FakeLibrariesTest, ResetForgetsEverything) {
   EXPECT_THAT(fake_graphics::Complaints(), ElementsAre("eglDestroyContext: unknown display"));
 }
 
-// ---- GL manners
-// ------------------------------------------------------------------------------------------------
+// ---- GL manners -------------------------------------------------------------------------------------------
 
 TEST_F(FakeLibrariesTest, ObjectToGlWithoutAContext) {
   glFlush();
@@ -402,8 +399,7 @@ TEST_F(FakeLibrariesTest, ReadTheDataOfADrawAtThatMoment) {
   EXPECT_FALSE(draw.blend);
 }
 
-// ---- EGL manners
-// -----------------------------------------------------------------------------------------------
+// ---- EGL manners ------------------------------------------------------------------------------------------
 
 TEST_F(FakeLibrariesTest, ObjectToAContextOnTwoThreads) {
   MakeContext();
@@ -536,8 +532,7 @@ TEST_F(FakeLibrariesTest, ObjectToSwappingASurfaceThatIsNotCurrent) {
               ElementsAre("eglSwapBuffers: surface1 is not current on this thread"));
 }
 
-// ---- X, GBM and descriptors
-// ------------------------------------------------------------------------------------
+// ---- X, GBM and descriptors -------------------------------------------------------------------------------
 
 TEST_F(FakeLibrariesTest, ObjectToXCallsOnAClosedDisplay) {
   Display* x_display = XOpenDisplay(nullptr);
@@ -615,8 +610,7 @@ TEST_F(FakeLibrariesTest, HandOtherFilesOn) {
   EXPECT_THAT(fake_graphics::Calls(), IsEmpty());
 }
 
-// ---- Faults and hooks
-// ------------------------------------------------------------------------------------------
+// ---- Faults and hooks -------------------------------------------------------------------------------------
 
 TEST_F(FakeLibrariesTest, FailTheCallThatATestNames) {
   MakeContext();

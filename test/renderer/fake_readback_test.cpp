@@ -41,8 +41,7 @@ std::string ReadCalls(int framebuffer, const std::string& size, const std::strin
 
 }  // namespace
 
-// ---- readPixels
-// ------------------------------------------------------------------------------------------------
+// ---- readPixels -------------------------------------------------------------------------------------------
 
 TEST_F(ReadbackOnFakesTest, TopRowComesFirst) {
   fake_graphics::SetPixels(kBottomUp);
@@ -120,8 +119,7 @@ TEST_F(ReadbackOnFakesTest, NegativeByteCountIsALengthError) {
   EXPECT_EQ(TakeCalls(), "glBindFramebuffer(GL_FRAMEBUFFER, 1)\nglBindFramebuffer(GL_FRAMEBUFFER, 1)\n");
 }
 
-// ---- saveFrameToPPM
-// --------------------------------------------------------------------------------------------
+// ---- saveFrameToPPM ---------------------------------------------------------------------------------------
 
 namespace {
 

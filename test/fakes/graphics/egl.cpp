@@ -192,8 +192,7 @@ EGLDisplay EGLAPIENTRY GetPlatformDisplay(EGLenum platform, void* native, const 
 
 }  // namespace
 
-// ---- Displays
-// --------------------------------------------------------------------------------------------------
+// ---- Displays ---------------------------------------------------------------------------------------------
 
 FAKE_FUNCTION EGLDisplay eglGetDisplay(EGLNativeDisplayType native) {
   EglCall call("eglGetDisplay");
@@ -275,8 +274,7 @@ FAKE_FUNCTION EGLBoolean eglChooseConfig(EGLDisplay display, const EGLint* attri
   return answer;
 }
 
-// ---- Surfaces
-// --------------------------------------------------------------------------------------------------
+// ---- Surfaces ---------------------------------------------------------------------------------------------
 
 FAKE_FUNCTION EGLSurface eglCreatePbufferSurface(EGLDisplay display, EGLConfig config,
                                                  const EGLint* attributes) {
@@ -321,8 +319,7 @@ FAKE_FUNCTION EGLBoolean eglSwapBuffers(EGLDisplay display, EGLSurface handle) {
   return call.Answer(is_current);
 }
 
-// ---- Contexts
-// --------------------------------------------------------------------------------------------------
+// ---- Contexts ---------------------------------------------------------------------------------------------
 
 FAKE_FUNCTION EGLContext eglCreateContext(EGLDisplay display, EGLConfig config, EGLContext share,
                                           const EGLint* attributes) {

@@ -14,10 +14,8 @@
 // and GL state) and fail as the libraries do. They draw nothing: a frame's pixels are the clear colour, or
 // what a test sets.
 //
-// Thread   every function here may be called from any thread; Reset() only while no other thread is in a
-// fake.
-//          Calls of several threads are ordered by one lock, which ThreadSanitizer takes for their
-//          synchronisation.
+// Thread   any; Reset() only while no other thread is in a fake. One lock orders the calls of all threads,
+//          and ThreadSanitizer takes it for synchronisation of theirs.
 // Failure  a function name that no fake has throws std::logic_error.
 
 #ifndef TEST_FAKES_GRAPHICS_FAKE_GRAPHICS_H_
@@ -40,18 +38,15 @@ namespace fake_graphics {
 /// display. Names start again at 1; handles never come again.
 void Reset();
 
-// ---- What was called
-// -------------------------------------------------------------------------------------------
+// ---- What was called --------------------------------------------------------------------------------------
 
 /// One call, or one line that a test has appended.
 ///
 /// Shape    `text` has the arguments in words, and the result. Handles go by their kind and number, GL
-/// objects by
-///          their GL name, which no other object has, whatever its kind and context:
-///              eglCreatePbufferSurface(display1, config1, {EGL_WIDTH, 640, EGL_HEIGHT, 480, EGL_NONE}) ->
-///              surface1 glBindFramebuffer(GL_FRAMEBUFFER, 1) glUniform3f(11, 0.5, 0.699999988, 1)
-///              open("/dev/dri/card0", O_RDWR) -> fd1
-///          A call stands where it had its effect: after its hook.
+///          objects by their GL name, which no other object has, whatever its kind and context:
+///          "eglMakeCurrent(display1, surface1, surface1, context1) -> EGL_TRUE",
+///          "glBindTexture(GL_TEXTURE_2D, 2)", "open(\"/dev/dri/card0\", O_RDWR) -> fd1". It stands where
+///          the call had its effect: after its hook.
 struct Call {
   uint64_t number = 0;   // counts from 1 at Reset
   std::string function;  // empty: an appended line
@@ -97,8 +92,7 @@ struct Draw {
 };
 std::vector<Draw> Draws();
 
-// ---- What is held
-// ----------------------------------------------------------------------------------------------
+// ---- What is held -----------------------------------------------------------------------------------------
 
 /// What has been acquired and not released, in order: "xdisplay1", "window1", "fd1", "gbm1", "display1"
 /// (while it is initialised), "surface1", "context1", "framebuffer 1", ... The GL objects go with their
@@ -108,17 +102,14 @@ std::vector<std::string> Alive();
 /// "context1", or empty. A context is also set free when the thread on which it is current ends.
 std::string CurrentContext(std::thread::id thread = std::this_thread::get_id());
 
-// ---- Manners
-// ---------------------------------------------------------------------------------------------------
+// ---- Manners ----------------------------------------------------------------------------------------------
 
 /// What was objected to, each with the function's name in front:
-///   - a GL call on a thread without a current context; a draw without program or with an incomplete
-///   framebuffer;
+///   - a GL call without a current context; a draw without program or with an incomplete framebuffer;
 ///   - a handle or GL name that is unknown, of another context, or used or released again after its release;
 ///   - a context or surface made current on a second thread;
-///   - eglTerminate before the display's surfaces and contexts are destroyed; a window, X display, GBM device
-///   or
-///     descriptor released before what was made of it;
+///   - eglTerminate before the display's surfaces and contexts are destroyed;
+///   - a window, X display, GBM device or descriptor released before what was made of it;
 ///   - any use that makes the real library set an error, where no fault was ordered.
 /// Not objected to: eglMakeCurrent that only unbinds, whatever the display; eglTerminate of a display that
 /// was not initialised; uniform location -1; surface and image sizes, which are the caller's.
@@ -141,19 +132,18 @@ std::vector<std::string> CleanupDeletions();
 /// All GL calls of a frame and its readback, for a renderer whose context is not the one that is current.
 std::vector<std::string> FrameCalls();
 
-// ---- Faults
-// ----------------------------------------------------------------------------------------------------
+// ---- Faults -----------------------------------------------------------------------------------------------
 
 /// The `nth` call of `function` from now, 1 being the next, has no effect and fails as the function does:
 /// false, null, 0 or -1, values left unwritten, and in eglGetError, glGetError or errno the `error`, or one
-/// that is usual for the function. glCompileShader and glLinkProgram end without success and without an info
-/// log. "close" closes.
+/// that is usual for the function. eglChooseConfig counts one config all the same; glCompileShader and
+/// glLinkProgram end without success and without an info log; close closes.
 void FailCall(const std::string& function, int nth = 1, std::optional<unsigned> error = std::nullopt);
 /// The same for all calls from now on.
 void FailEveryCall(const std::string& function, std::optional<unsigned> error = std::nullopt);
 
-/// The `nth` glCompileShader or glLinkProgram from now ends without success and with this info log, which may
-/// be empty: then its length, which counts the null at its end, is 1.
+/// The `nth` glCompileShader or glLinkProgram from now ends without success and with this info log, which
+/// may be empty: then its length, which counts the null at its end, is 1.
 void FailCompile(const std::string& info_log, int nth = 1);
 void FailLink(const std::string& info_log, int nth = 1);
 
@@ -163,12 +153,11 @@ std::vector<std::string> PendingFaults();
 /// Puts an error into the queue of the context that is current on this thread.
 void QueueGlError(unsigned error);
 
-/// Called inside every call of `function` from now on, before its effect, on the calling thread and without a
-/// lock: it may count, look, or wait, so that the call takes long. An empty one takes it away.
+/// Called inside every call of `function` from now on, before its effect, on the calling thread and without
+/// a lock: it may count, look, or wait, so that the call takes long. An empty one takes it away.
 void SetHook(const std::string& function, std::function<void()> hook);
 
-// ---- What the machine is like
-// ----------------------------------------------------------------------------------
+// ---- What the machine is like -----------------------------------------------------------------------------
 
 /// Whether eglGetDisplay(EGL_DEFAULT_DISPLAY) gives a display; it does.
 void SetDefaultDisplay(bool available);
@@ -178,15 +167,15 @@ void SetPlatformDisplayFunction(bool available);
 void SetConfigCount(int count);
 /// Which paths below "/dev/dri/" open; none.
 ///
-/// Lifetime the descriptors are real ones, of /dev/null, and numbered from 600 so that no other file has
-/// their number.
+/// Lifetime the descriptors are real ones, of /dev/null, from 600 on, where no other file has its number.
 void SetDrmNodes(const std::set<std::string>& paths);
 /// What glGetString gives; a null pointer for the empty optional.
 void SetDriverString(unsigned name, const std::optional<std::string>& text);
 /// What glCheckFramebufferStatus gives; the empty optional: what the attachments amount to.
 void SetFramebufferStatus(std::optional<unsigned> status);
 /// The location of an attribute or uniform in programs that are linked from now on; -1: optimised away.
-/// Otherwise each one that the sources declare has one of its own, none of them 0.
+/// Otherwise each one that the sources declare has one of its own: attributes 2, 5, ..., uniforms 7, 11,
+/// 15, ...
 void SetLocation(const std::string& name, int location);
 /// What glReadPixels reads, bottom row first, R, G, B, A; empty: the framebuffer's own content.
 void SetPixels(const std::vector<uint8_t>& rgba);

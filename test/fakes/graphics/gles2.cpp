@@ -11,8 +11,7 @@ using namespace fake_graphics;
 
 namespace {
 
-// ---- Words
-// -----------------------------------------------------------------------------------------------------
+// ---- Words ------------------------------------------------------------------------------------------------
 
 #define NAMED(constant) \
   { constant, #constant }
@@ -90,8 +89,7 @@ std::string ListText(const std::vector<Value>& values) {
   return fake_graphics::ListText(values.data(), values.size());
 }
 
-// ---- One GL call
-// -----------------------------------------------------------------------------------------------
+// ---- One GL call ------------------------------------------------------------------------------------------
 
 class GlCall : public CallRecord {
  public:
@@ -188,8 +186,7 @@ Object* Bound(std::map<GLuint, Object>& objects, GLuint name) {
   return found == objects.end() ? nullptr : &found->second;
 }
 
-// ---- Framebuffers
-// ----------------------------------------------------------------------------------------------
+// ---- Framebuffers -----------------------------------------------------------------------------------------
 
 GLenum FramebufferStatus(EglContext& gl) {
   if (gl.framebuffer == 0) return GL_FRAMEBUFFER_COMPLETE;
@@ -218,8 +215,7 @@ Rgba* Content(Machine& machine, EglContext& gl) {
   return &gl.textures.at(gl.framebuffers.at(gl.framebuffer).color).content;
 }
 
-// ---- Shaders and programs
-// --------------------------------------------------------------------------------------
+// ---- Shaders and programs ---------------------------------------------------------------------------------
 
 struct Declaration {
   std::string type;
@@ -351,8 +347,7 @@ GlProgram* LinkedProgram(GlCall& call, GLuint name, const GLchar* variable) {
   return nullptr;
 }
 
-// ---- Drawing
-// ---------------------------------------------------------------------------------------------------
+// ---- Drawing ----------------------------------------------------------------------------------------------
 
 // glEnable and glDisable.
 void Switch(const char* function, GLenum capability, bool on) {
@@ -418,8 +413,7 @@ std::string DrawText(const Draw& draw) {
 
 }  // namespace
 
-// ---- Errors and strings
-// ----------------------------------------------------------------------------------------
+// ---- Errors and strings -----------------------------------------------------------------------------------
 
 FAKE_FUNCTION GLenum glGetError() {
   GlCall call("glGetError");
@@ -441,8 +435,7 @@ FAKE_FUNCTION const GLubyte* glGetString(GLenum name) {
   return good && text ? reinterpret_cast<const GLubyte*>(text->c_str()) : nullptr;
 }
 
-// ---- Textures, renderbuffers, framebuffers
-// ---------------------------------------------------------------------
+// ---- Textures, renderbuffers, framebuffers ----------------------------------------------------------------
 
 FAKE_FUNCTION void glGenFramebuffers(GLsizei count, GLuint* names) {
   Generate("glGenFramebuffers", &EglContext::framebuffers, "framebuffer", count, names);
@@ -556,8 +549,7 @@ FAKE_FUNCTION GLenum glCheckFramebufferStatus(GLenum target) {
   return status;
 }
 
-// ---- Shaders and programs
-// --------------------------------------------------------------------------------------
+// ---- Shaders and programs ---------------------------------------------------------------------------------
 
 FAKE_FUNCTION GLuint glCreateShader(GLenum type) {
   GlCall call("glCreateShader");
@@ -700,8 +692,7 @@ FAKE_FUNCTION void glUniform3f(GLint location, GLfloat x, GLfloat y, GLfloat z) 
   SetUniform(call, location, values, 3);
 }
 
-// ---- Drawing
-// ---------------------------------------------------------------------------------------------------
+// ---- Drawing ----------------------------------------------------------------------------------------------
 
 FAKE_FUNCTION void glEnable(GLenum capability) { Switch("glEnable", capability, true); }
 FAKE_FUNCTION void glDisable(GLenum capability) { Switch("glDisable", capability, false); }

@@ -136,8 +136,7 @@ void AddAlive(std::vector<std::string>& names, const std::map<Key, Object>& obje
 
 }  // namespace
 
-// ---- The machine
-// -----------------------------------------------------------------------------------------------
+// ---- The machine ------------------------------------------------------------------------------------------
 
 void EglContext::AddError(GLenum error) {
   // One flag per error: a second one of the same kind is not seen.
@@ -166,8 +165,7 @@ uintptr_t NewHandle() {
   return next.fetch_add(16);
 }
 
-// ---- One call
-// --------------------------------------------------------------------------------------------------
+// ---- One call ---------------------------------------------------------------------------------------------
 
 CallRecord::CallRecord(const char* function) : function_(function), machine_(TheRecorder().machine) {
   static thread_local ThreadEnd end;
@@ -205,8 +203,7 @@ void CallRecord::ComplainAboutDisplaysOn(const void* native) {
   }
 }
 
-// ---- What was called
-// -------------------------------------------------------------------------------------------
+// ---- What was called --------------------------------------------------------------------------------------
 
 void Reset() {
   const std::lock_guard<std::mutex> lock(TheRecorder().mutex);
@@ -234,8 +231,7 @@ void AppendLine(const std::string& text) {
 
 std::vector<Draw> Draws() { return Locked()->draws; }
 
-// ---- What is held
-// ----------------------------------------------------------------------------------------------
+// ---- What is held -----------------------------------------------------------------------------------------
 
 std::vector<std::string> Alive() {
   Locked machine;
@@ -266,8 +262,7 @@ std::string CurrentContext(std::thread::id thread) {
   return context == nullptr ? "" : context->name;
 }
 
-// ---- Manners
-// ---------------------------------------------------------------------------------------------------
+// ---- Manners ----------------------------------------------------------------------------------------------
 
 std::vector<std::string> Complaints() { return Locked()->complaints; }
 
@@ -308,8 +303,7 @@ std::vector<std::string> FrameCalls() {
           "glReadPixels"};
 }
 
-// ---- Faults
-// ----------------------------------------------------------------------------------------------------
+// ---- Faults -----------------------------------------------------------------------------------------------
 
 void FailCall(const std::string& function, int nth, std::optional<unsigned> error) {
   AddFault({function, nth, false, error, std::nullopt});
@@ -352,8 +346,7 @@ void SetHook(const std::string& function, std::function<void()> hook) {
   }
 }
 
-// ---- What the machine is like
-// ----------------------------------------------------------------------------------
+// ---- What the machine is like -----------------------------------------------------------------------------
 
 void SetDefaultDisplay(bool available) { Locked()->default_display = available; }
 void SetPlatformDisplayFunction(bool available) { Locked()->platform_display_function = available; }

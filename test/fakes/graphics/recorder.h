@@ -30,8 +30,7 @@
 #pragma GCC visibility push(default)
 namespace fake_graphics {
 
-// ---- The machine
-// -----------------------------------------------------------------------------------------------
+// ---- The machine ------------------------------------------------------------------------------------------
 
 using Rgba = std::array<uint8_t, 4>;
 
@@ -182,8 +181,7 @@ std::string NameOf(const std::map<Key, Object>& objects, Key key, const char* nu
   return found == objects.end() ? "unknown" : found->second.name;
 }
 
-// ---- One call
-// --------------------------------------------------------------------------------------------------
+// ---- One call ---------------------------------------------------------------------------------------------
 
 /// One call of a fake function: runs its hook, then holds the machine, and records the call when it ends.
 class CallRecord {
