@@ -152,7 +152,6 @@ class Runner {
 };
 
 void Runner::Run() {
-  const bool surfaceless_chosen = ChooseEglPlatform();
   OpenFeed();
   title_ = "Orbisk - " + std::filesystem::path(options_.model).filename().string();
   if (options_.window) {
@@ -163,10 +162,6 @@ void Runner::Run() {
     recorder_ = std::make_unique<Recorder>(
         options_.out, static_cast<size_t>(options_.frames),
         static_cast<size_t>(options_.width) * static_cast<size_t>(options_.height) * 4);
-  }
-  if (surfaceless_chosen) {
-    console_.Line(
-        "no DISPLAY, WAYLAND_DISPLAY or EGL_PLATFORM is set: drawing with EGL_PLATFORM=surfaceless");
   }
   const RegisterPluginFunction register_plugin =
       LoadPlugin(options_.plugin.empty() ? DefaultPluginPath() : options_.plugin);

@@ -9,8 +9,7 @@ namespace host {
 /// Does what the command line asks for, from opening the IMU input to the report.
 ///
 /// Failure  HostError, CommandError. A live sensor's malformed line ends the run like its last one, and is
-/// thrown
-///          when the pictures are written.
+///          thrown when the pictures are written.
 void Run(const Options& options, Console& console);
 
 }  // namespace host
