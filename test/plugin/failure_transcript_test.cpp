@@ -1,0 +1,445 @@
+// The built library on fake graphics libraries: what it calls, says and answers where something fails, compared as a
+// whole. An engineer far away has nothing but these lines.
+
+#include <condition_variable>
+#include <mutex>
+#include <ostream>
+#include <stdexcept>
+#include <variant>
+
+#include "test/plugin/transcript_fixture.h"
+#include "test/plugin/transcript_texts.h"
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using namespace transcript;
+
+namespace {
+
+std::string OutLines(const std::vector<std::string>& lines) {
+  std::string text;
+  for (const std::string& line : lines) text += "out: [Orbisk] " + line + "\n";
+  return text;
+}
+
+std::string OutBanner(const std::string& line) { return OutLines({kBar, line, kBar}); }
+
+const std::string kUnanswered = "err: Warning: Failed to respond to a message. This is a memory leak.\n";
+
+class FailureTranscriptTest : public TranscriptTest {
+ protected:
+  // How the fake embedder records the answer to the latest message.
+  std::string AnswerTo(int message) const {
+    const std::optional<fakes::Bytes> bytes = embedder_.last_reply().bytes();
+    return "MessengerSendResponse(message " + std::to_string(message) + ", " +
+           (bytes ? std::to_string(bytes->size()) + " bytes" : "null") + ")\n";
+  }
+
+  /// A viewer with TwoMeshes() loaded, its transcript forgotten: two messages so far.
+  int64_t CreateViewer() {
+    const std::string path = WriteModel(TwoMeshes());
+    const int64_t id = CreateTexture(4, 2);
+    EXPECT_EQ(Call("loadModel", Map({{"modelPath", path}})), "success true");
+    fake_graphics::ClearCalls();
+    return id;
+  }
+
+  /// The transcript of a new render thread up to its first frame; the thread is stopped then.
+  std::string FirstFrame() {
+    fake_graphics::ClearCalls();
+    gate_.Close();
+    Call("startRendering");
+    gate_.WaitForFrame(1);
+    const std::string transcript = RenderTranscript();
+    gate_.Open();
+    Call("stopRendering");
+    return transcript;
+  }
+};
+
+// ---- Commands refused --------------------------------------------------------------------------------------
+
+enum class Viewer { kNone, kCreated };
+
+struct Refusal {
+  std::string name;
+  Viewer viewer;
+  std::string method;
+  EncodableValue arguments;
+  std::string answer;  // empty: the exception of a value of the wrong type, and no answer
+  std::string lines;
+};
+
+void PrintTo(const Refusal& refusal, std::ostream* stream) { *stream << refusal.method; }
+
+std::vector<Refusal> Refusals() {
+  const EncodableValue list(EncodableList{EncodableValue(1)});
+  const std::string not_a_map = "error INVALID_ARGS: Arguments must be a map";
+  const std::string no_texture = "error NOT_INITIALIZED: Texture not created";
+  const std::string no_state_line = OutLines({"ERROR: Viewer state not initialized"});
+  std::vector<Refusal> refusals = {
+      {"UnknownName", Viewer::kCreated, "CreateTexture", Size(4, 2), "not implemented", ""},
+      {"EmptyName", Viewer::kCreated, "", Size(4, 2), "not implemented", ""},
+
+      {"CreateNoArguments", Viewer::kNone, "createTexture", {}, not_a_map, OutBanner("CreateTexture called")},
+      {"CreateList", Viewer::kNone, "createTexture", list, not_a_map, OutBanner("CreateTexture called")},
+      {"CreateWithoutWidth", Viewer::kNone, "createTexture", Map({{"height", 2}}),
+       "error INVALID_ARGS: Missing width or height", OutBanner("CreateTexture called")},
+      {"CreateWithoutHeight", Viewer::kNone, "createTexture", Map({{"width", 4}}),
+       "error INVALID_ARGS: Missing width or height", OutBanner("CreateTexture called")},
+      {"CreateWidthNotAnInteger", Viewer::kNone, "createTexture", Map({{"width", 4.0}, {"height", 2}}), "",
+       OutBanner("CreateTexture called")},
+      {"CreateHeightOf64Bits", Viewer::kNone, "createTexture", Map({{"width", 4}, {"height", int64_t{2}}}), "",
+       OutBanner("CreateTexture called")},
+
+      {"LoadWithoutViewer", Viewer::kNone, "loadModel", list, no_texture,
+       OutBanner("LoadModel called") + no_state_line},
+      {"LoadNoArguments", Viewer::kCreated, "loadModel", {}, not_a_map,
+       OutBanner("LoadModel called") + OutLines({"ERROR: Invalid arguments"})},
+      {"LoadList", Viewer::kCreated, "loadModel", list, not_a_map,
+       OutBanner("LoadModel called") + OutLines({"ERROR: Invalid arguments"})},
+      {"LoadWithoutPath", Viewer::kCreated, "loadModel", Map({{"path", "x.glb"}}),
+       "error INVALID_ARGS: Missing modelPath",
+       OutBanner("LoadModel called") + OutLines({"ERROR: Missing modelPath"})},
+      {"LoadPathNotAString", Viewer::kCreated, "loadModel", Map({{"modelPath", 1}}), "",
+       OutBanner("LoadModel called")},
+
+      {"StartWithoutViewer", Viewer::kNone, "startRendering", {}, no_texture,
+       OutBanner("StartRendering called") + no_state_line},
+      {"StartWithoutModel", Viewer::kCreated, "startRendering", {}, "error NO_MODEL: Model not loaded",
+       OutBanner("StartRendering called") + OutLines({"ERROR: No model loaded"})},
+
+      // Nothing to do is no failure.
+      {"StopWithoutViewer", Viewer::kNone, "stopRendering", list, "success true",
+       OutLines({"StopRendering called"})},
+      {"StopWithoutThread", Viewer::kCreated, "stopRendering", list, "success true",
+       OutLines({"StopRendering called", "Rendering stopped"})},
+      {"DisposeWithoutViewer", Viewer::kNone, "dispose", list, "success true",
+       OutLines({"Dispose called", "No viewer state to dispose"})},
+  };
+
+  // The commands that set numbers fail without a line.
+  struct Setter {
+    std::string method;
+    std::vector<std::string> keys;
+    std::string missing;
+  };
+  const std::string missing_angle = "Missing 'roll', 'pitch', or 'yaw' parameter";
+  for (const Setter& setter : {Setter{"setQuaternion", {"x", "y", "z", "w"}, "Missing quaternion components"},
+                               Setter{"setBaseQuaternion", {"x", "y", "z", "w"}, "Missing quaternion components"},
+                               Setter{"setRotation", {"roll", "pitch", "yaw"}, missing_angle},
+                               Setter{"setBaseRotation", {"roll", "pitch", "yaw"}, missing_angle},
+                               Setter{"setCameraDistance", {"distance"}, "Missing 'distance' parameter"},
+                               Setter{"setModelScale", {"scale"}, "Missing 'scale' parameter"}}) {
+    refusals.push_back({setter.method + "WithoutViewer", Viewer::kNone, setter.method, list,
+                        "error NOT_INITIALIZED: Viewer state not initialized", ""});
+    refusals.push_back({setter.method + "NoArguments", Viewer::kCreated, setter.method, {}, not_a_map, ""});
+    refusals.push_back({setter.method + "List", Viewer::kCreated, setter.method, list, not_a_map, ""});
+    for (const std::string& odd_key : setter.keys) {
+      EncodableMap without;
+      EncodableMap integer;
+      for (const std::string& key : setter.keys) {
+        if (key != odd_key) without[EncodableValue(key)] = EncodableValue(0.5);
+        integer[EncodableValue(key)] = key == odd_key ? EncodableValue(2) : EncodableValue(0.5);
+      }
+      refusals.push_back({setter.method + "Without_" + odd_key, Viewer::kCreated, setter.method, Map(without),
+                          "error INVALID_ARGS: " + setter.missing, ""});
+      refusals.push_back({setter.method + "Integer_" + odd_key, Viewer::kCreated, setter.method, Map(integer), "",
+                          ""});
+    }
+  }
+  return refusals;
+}
+
+class RefusedCommandTest : public FailureTranscriptTest, public ::testing::WithParamInterface<Refusal> {};
+
+TEST_P(RefusedCommandTest, SaysAndAnswersExactlyThis) {
+  const Refusal& refusal = GetParam();
+  int message = 1;
+  if (refusal.viewer == Viewer::kCreated) {
+    CreateTexture(4, 2);
+    TakePlatformTranscript();
+    ++message;
+  }
+  if (refusal.answer.empty()) {
+    EXPECT_THROW(Call(refusal.method, refusal.arguments), std::bad_variant_access);
+    EXPECT_FALSE(embedder_.last_reply().answered());
+    EXPECT_EQ(TakePlatformTranscript(), refusal.lines + kUnanswered);
+  } else {
+    EXPECT_EQ(Call(refusal.method, refusal.arguments), refusal.answer);
+    EXPECT_EQ(TakePlatformTranscript(), refusal.lines + AnswerTo(message));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, RefusedCommandTest, ::testing::ValuesIn(Refusals()),
+                         [](const auto& test) { return test.param.name; });
+
+// ---- Messages that are no commands -------------------------------------------------------------------------
+
+TEST_F(FailureTranscriptTest, AMessageThatIsNoCallIsAnsweredWithNothing) {
+  const fakes::Reply reply = embedder_.Deliver("orbisk", {3, 1, 0, 0, 0});
+  EXPECT_EQ(AnswerText::Of(reply), "not implemented");
+  EXPECT_EQ(TakePlatformTranscript(),
+            "err: Invalid method call; method name is not a string.\n"
+            "err: Unable to construct method call from message on channel orbisk\n"
+            "MessengerSendResponse(message 1, null)\n");
+}
+
+TEST_F(FailureTranscriptTest, AnEmptyMessageIsNoCallEither) {
+  EXPECT_EQ(AnswerText::Of(embedder_.Deliver("orbisk", {})), "not implemented");
+  EXPECT_EQ(TakePlatformTranscript(),
+            "err: Invalid read in StandardCodecByteStreamReader\n"
+            "err: Invalid method call; method name is not a string.\n"
+            "err: Unable to construct method call from message on channel orbisk\n"
+            "MessengerSendResponse(message 1, null)\n");
+}
+
+TEST_F(FailureTranscriptTest, ACallWithoutArgumentBytesHasNullArguments) {
+  fakes::Bytes message = Encode("setModelScale", EncodableValue());
+  message.pop_back();
+  embedder_.Deliver("orbisk", message);
+  EXPECT_EQ(AnswerText::Of(embedder_.last_reply()), "error NOT_INITIALIZED: Viewer state not initialized");
+  EXPECT_EQ(TakePlatformTranscript(), "err: Invalid read in StandardCodecByteStreamReader\n" + AnswerTo(1));
+}
+
+// ---- "createTexture" ---------------------------------------------------------------------------------------
+
+TEST_F(FailureTranscriptTest, AFailedInitializeIsAnsweredAndItsRendererStaysUntilTheNextOne) {
+  fake_graphics::FailCall("eglCreateContext");
+  EXPECT_EQ(Call("createTexture", Size(4, 2)), "error INIT_FAILED: Failed to initialize EGL renderer");
+  const std::string whole = InitializeTranscript(1, 4, 2, ViewerWas::kNotThere);
+  EXPECT_EQ(TakePlatformTranscript(),
+            whole.substr(0, whole.find("eglCreateContext(")) +
+                "eglCreateContext(display1, config1, EGL_NO_CONTEXT, {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE}) -> "
+                "EGL_NO_CONTEXT\n"
+                "err: [EGLRenderer] Failed to create EGL context\n" +
+                OutLines({"ERROR: Failed to initialize EGL renderer"}) + AnswerTo(1));
+  EXPECT_THAT(fake_graphics::Alive(), ElementsAre("display1", "surface1"));
+
+  EXPECT_EQ(Call("createTexture", Size(4, 2)), "success 7");
+  const std::string again = InitializeTranscript(2, 4, 2, ViewerWas::kThere,
+                                                 "eglDestroySurface(display1, surface1) -> EGL_TRUE\n"
+                                                 "eglTerminate(display1) -> EGL_TRUE\n");
+  EXPECT_THAT(TakePlatformTranscript(), ::testing::StartsWith(again.substr(0, again.find("eglCreateContext("))));
+}
+
+TEST_F(FailureTranscriptTest, AFailedShaderIsAnsweredWithTheContextStillCurrent) {
+  fake_graphics::FailCompile("0:3: no such thing");
+  EXPECT_EQ(Call("createTexture", Size(4, 2)), "error SHADER_FAILED: Failed to load shaders");
+  EXPECT_EQ(TakePlatformTranscript(),
+            InitializeTranscript(1, 4, 2, ViewerWas::kNotThere) +
+                "glGetShaderiv(4, GL_COMPILE_STATUS) -> 0\n"
+                "glGetShaderiv(4, GL_INFO_LOG_LENGTH) -> 19\n"
+                "glGetShaderInfoLog(4, 19, null) -> \"0:3: no such thing\"\n"
+                "err: [EGLRenderer] Shader compile error:\n0:3: no such thing\n"
+                "err: [EGLRenderer] Failed to compile vertex shader\n" +
+                OutLines({"ERROR: Failed to load shaders"}) + AnswerTo(1));
+  EXPECT_EQ(fake_graphics::CurrentContext(), "context1");
+}
+
+TEST_F(FailureTranscriptTest, AFailedViewerStillTakesCommandsAndIsDisposed) {
+  fake_graphics::FailCall("eglInitialize");
+  Call("createTexture", Size(4, 2));
+  TakePlatformTranscript();
+  EXPECT_EQ(Call("setModelScale", Map({{"scale", 2.0}})), "success true");
+  EXPECT_EQ(TakePlatformTranscript(), OutLines({"Model scale set to: 2"}) + AnswerTo(2));
+  EXPECT_EQ(Call("dispose"), "success true");
+  EXPECT_EQ(TakePlatformTranscript(),
+            OutLines({"Dispose called", "Setting disposal flag...", "Stopping rendering thread...",
+                      "Rendering thread stopped", "Cleaning up pixel buffer...", "Cleaning up EGL resources..."}) +
+                "eglMakeCurrent(display1, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT) -> EGL_TRUE\n"
+                "eglTerminate(display1) -> EGL_TRUE\n" +
+                OutLines({"Cleaning up model data...", "Disposed (state and texture kept alive for safety)"}) +
+                AnswerTo(3));
+}
+
+TEST_F(FailureTranscriptTest, ARefusedTextureIsAnsweredWithItsIdentifierMinusOne) {
+  embedder_.RefuseTextures(true);
+  EXPECT_EQ(Call("createTexture", Size(4, 2)), "success -1");
+  EXPECT_EQ(TakePlatformTranscript(), CreateTranscript(1, 4, 2, ViewerWas::kNotThere, -1, 1));
+}
+
+// ---- "dispose" ---------------------------------------------------------------------------------------------
+
+TEST_F(FailureTranscriptTest, ADisposedViewerHandsOutNoFrameAndIsDisposedAgainWithoutHarm) {
+  const int64_t id = CreateViewer();
+  const fake_graphics::Allowance allowance(fake_graphics::CleanupDeletions());
+  Call("dispose");
+  fake_graphics::ClearCalls();
+  EXPECT_EQ(Fetch(id), nullptr);
+  EXPECT_EQ(TakePlatformTranscript(), "");
+  EXPECT_EQ(Call("dispose"), "success true");
+  EXPECT_EQ(TakePlatformTranscript(),
+            OutLines({"Dispose called", "Setting disposal flag...", "Stopping rendering thread...",
+                      "Rendering thread stopped", "Cleaning up pixel buffer...", "Cleaning up EGL resources...",
+                      "Cleaning up model data...", "Disposed (state and texture kept alive for safety)"}) +
+                AnswerTo(4));
+  EXPECT_EQ(Call("startRendering"), "error NO_MODEL: Model not loaded");
+  DestroyPlugin();
+}
+
+// ---- "loadModel" -------------------------------------------------------------------------------------------
+
+std::string LoadAttempts(const std::string& path, const std::vector<std::string>& candidates) {
+  std::string text = OutBanner("LoadModel called") +
+                     OutLines({"Model path (original): " + path, "Loading GLB model..."});
+  for (const std::string& candidate : candidates) text += OutLines({"Trying path: " + candidate});
+  return text;
+}
+
+std::string LoadFailure(const std::vector<std::string>& candidates, const std::string& loader_log) {
+  std::string text = "err: [Orbisk] ERROR: Failed to load model from any path\nerr: [Orbisk] Tried paths:\n";
+  for (const std::string& candidate : candidates) text += "err: [Orbisk]   - " + candidate + "\n";
+  return text + "err: [Orbisk] GLB loader log: " + loader_log + "\n";
+}
+
+TEST_F(FailureTranscriptTest, AModelFoundUnderNeitherPathIsToldOnTheErrorStream) {
+  CreateTexture(4, 2);
+  TakePlatformTranscript();
+  const std::vector<std::string> candidates = {"no/such.glb", "data/flutter_assets/no/such.glb"};
+  EXPECT_EQ(Call("loadModel", Map({{"modelPath", "no/such.glb"}})),
+            "error LOAD_FAILED: Failed to load model: fail: read file\nfail: read file\n");
+  EXPECT_EQ(TakePlatformTranscript(), LoadAttempts("no/such.glb", candidates) +
+                                          LoadFailure(candidates, "fail: read file\nfail: read file\n") +
+                                          AnswerTo(2));
+}
+
+TEST_F(FailureTranscriptTest, ABrokenModelIsToldAndTheOneBeforeIsGone) {
+  CreateViewer();
+  const std::string path = folder_.Write("broken.glb", glb_builder::Glb().Version(1).Build());
+  const std::vector<std::string> candidates = {path, "data/flutter_assets/" + path};
+  EXPECT_EQ(Call("loadModel", Map({{"modelPath", path}})),
+            "error LOAD_FAILED: Failed to load model: fail: magic/version\nfail: read file\n");
+  EXPECT_EQ(TakePlatformTranscript(),
+            LoadAttempts(path, candidates) + LoadFailure(candidates, "fail: magic/version\nfail: read file\n") +
+                AnswerTo(3));
+  EXPECT_EQ(Call("startRendering"), "error NO_MODEL: Model not loaded");
+}
+
+TEST_F(FailureTranscriptTest, AModelThatReachesOutsideItsDataIsToldMeshByMesh) {
+  CreateTexture(4, 2);
+  TakePlatformTranscript();
+  glb_builder::Glb glb = TwoMeshes();
+  const std::string path = folder_.Write("short.glb", glb.Bin({}).Build());
+  const std::vector<std::string> candidates = {path, "data/flutter_assets/" + path};
+  const std::string answer = Call("loadModel", Map({{"modelPath", path}}));
+  const std::string before = "error LOAD_FAILED: Failed to load model: ";
+  ASSERT_EQ(answer.substr(0, before.size()), before);
+  EXPECT_EQ(TakePlatformTranscript(), LoadAttempts(path, candidates) +
+                                          LoadFailure(candidates, answer.substr(before.size())) + AnswerTo(2));
+}
+
+TEST_F(FailureTranscriptTest, ANumberOutOfRangeInTheModelLeavesTheCommandUnansweredAndTheViewerUsable) {
+  CreateViewer();
+  const std::string path = folder_.Write(
+      "number.glb", glb_builder::Glb().Json(R"({"meshes":[{"primitives":[{"attributes":{"POSITION":)"
+                                            R"(99999999999999999999}}]}]})")
+                        .Bin({0, 0, 0, 0})
+                        .Build());
+  EXPECT_THROW(Call("loadModel", Map({{"modelPath", path}})), std::out_of_range);
+  EXPECT_FALSE(embedder_.last_reply().answered());
+  EXPECT_EQ(TakePlatformTranscript(), LoadAttempts(path, {path}) + kUnanswered);
+  EXPECT_EQ(Call("setModelScale", Map({{"scale", 2.0}})), "success true") << "the lock is free";
+}
+
+// ---- The render thread -------------------------------------------------------------------------------------
+
+TEST_F(FailureTranscriptTest, AContextThatCannotBeMadeCurrentEndsTheThreadAndOnlyItTells) {
+  CreateViewer();
+  fake_graphics::FailCall("eglMakeCurrent");
+  EXPECT_EQ(Call("startRendering"), "success true");
+  EXPECT_EQ(Call("stopRendering"), "success true");
+  EXPECT_EQ(RenderTranscript(),
+            OutBanner("Rendering thread STARTED") +
+                "eglMakeCurrent(display1, surface1, surface1, context1) -> EGL_FALSE\n"
+                "err: [EGLRenderer] Failed to make context current\n"
+                "err: [Orbisk] ERROR: Failed to make EGL context current in rendering thread!\n");
+  EXPECT_EQ(TakePlatformTranscript(), With(kStart, {{"id", "7"}, {"message", "3"}}) +
+                                          OutLines({"StopRendering called", "Rendering stopped"}) + AnswerTo(4));
+}
+
+TEST_F(FailureTranscriptTest, GlErrorsAreReportedInTheirFrameAndStopNothing) {
+  const int64_t id = CreateViewer();
+  Fetch(id);
+  fake_graphics::FailCall("glDrawElements");
+  fake_graphics::FailCall("glReadPixels");
+  gate_.Close();
+  Call("startRendering");
+  gate_.WaitForFrame(1);
+  gate_.LetOn(1);
+  gate_.WaitForFrame(2);
+  const auto names = Names(1, 4, 2);
+  const std::string frame = With(With(kFrame, {{"readback", kReadback}, {"id", "7"}}), names);
+  std::string failing_frame = frame;
+  const std::string no_error = "glGetError() -> GL_NO_ERROR\n";
+  const std::string error = "glGetError() -> GL_INVALID_OPERATION\n";
+  failing_frame.replace(failing_frame.rfind(no_error), no_error.size(),
+                        error + "err: [EGLRenderer] readPixels: glReadPixels error: 0x502\n");
+  failing_frame.replace(failing_frame.find(no_error), no_error.size(),
+                        error + "err: [EGLRenderer] GL error: 0x502\n");
+  // A draw that fails reads no vertices.
+  const std::string vertices = " a_normal {0, 0, 1, 0, 0, 1, 0, 0, 1} a_position {0, 0, 0, 1, 0, 0, 0, 1, 0}";
+  failing_frame.erase(failing_frame.find(vertices), vertices.size());
+  EXPECT_EQ(WithoutMatrices(RenderTranscript()), With(kThreadStart, names) + failing_frame + frame);
+  gate_.Open();
+  Call("stopRendering");
+}
+
+TEST_F(FailureTranscriptTest, WithoutATextureFramesAreDrawnUnannouncedWithFiveWarnings) {
+  embedder_.RefuseTextures(true);
+  CreateViewer();
+  std::mutex mutex;
+  std::condition_variable drawn;
+  int frames = 0;
+  fake_graphics::SetHook("glFinish", [&] {
+    const std::lock_guard<std::mutex> lock(mutex);
+    ++frames;
+    drawn.notify_all();
+  });
+  Call("startRendering");
+  {
+    std::unique_lock<std::mutex> lock(mutex);
+    drawn.wait(lock, [&] { return frames >= 8; });
+  }
+  Call("stopRendering");
+  fake_graphics::SetHook("glFinish", nullptr);
+
+  const auto names = Names(1, 4, 2);
+  std::string frame = With(With(kFrame, {{"readback", ""}, {"id", "-1"}}), names);
+  frame.resize(frame.find("TextureRegistrarMark"));
+  const std::string warning = OutLines({"WARNING: Cannot mark texture - registrar=OK texture_id=-1"});
+  EXPECT_EQ(WithoutMatrices(RenderTranscript()), With(kThreadStart, names) + Times(5, frame + warning) +
+                                                     Times(frames - 5, frame) +
+                                                     With(kThreadStop, {{"count", std::to_string(frames)}}));
+  fake_graphics::ClearCalls();
+  const fake_graphics::Allowance allowance(fake_graphics::CleanupDeletions());
+  Call("dispose");
+  EXPECT_EQ(CountOf(TakePlatformTranscript(), "TextureRegistrarUnregister"), 0);
+}
+
+// A renderer that is replaced while the thread runs is drawn with the context that the thread has: none, once the
+// first renderer has taken it along.
+TEST_F(FailureTranscriptTest, AReplacedRendererIsDrawnWithoutItsContextUntilTheNextStart) {
+  CreateViewer();
+  gate_.Close();
+  Call("startRendering");
+  gate_.WaitForFrame(1);
+  std::vector<std::string> allowed = fake_graphics::CleanupDeletions();
+  for (const std::string& call : fake_graphics::FrameCalls()) allowed.push_back(call);
+  {
+    const fake_graphics::Allowance allowance(allowed);
+    CreateTexture(6, 4);
+    fake_graphics::ClearCalls();
+    gate_.LetOn(1);
+    gate_.WaitForFrame(2);
+    EXPECT_EQ(CountOf(RenderTranscript(), "eglMakeCurrent"), 0);
+    EXPECT_EQ(CountOf(RenderTranscript(), "TextureRegistrarMarkExternalTextureFrameAvailable(8)"), 1);
+    gate_.Open();
+    Call("stopRendering");
+  }
+  const std::string first_frame = FirstFrame();
+  const auto names = Names(2, 6, 4);
+  EXPECT_EQ(WithoutMatrices(first_frame).substr(0, With(kThreadStart, names).size()), With(kThreadStart, names));
+}
+
+}  // namespace

@@ -1,0 +1,86 @@
+// What the system refuses: a thread, a lock. The exception leaves the command, which stays unanswered; nothing is
+// changed, and the next command works.
+
+#include "test/plugin/thread_faults.h"
+
+#include <system_error>
+
+#include "test/plugin/source_fixture.h"
+
+namespace {
+
+const std::string kUnanswered = "Warning: Failed to respond to a message. This is a memory leak.\n";
+
+class ThreadFaultsTest : public PluginTest {};
+
+TEST_F(ThreadFaultsTest, AThreadThatCannotBeMadeLeavesStartRenderingUnansweredAndTheNextStartWorks) {
+  const int64_t id = CreateViewer();
+  thread_faults::FailNextThread();
+  EXPECT_THROW(Call("startRendering"), std::system_error);
+  EXPECT_FALSE(embedder_.last_reply().answered());
+  EXPECT_EQ(out_.Take(), OrbiskLines({kBar, "StartRendering called", kBar, "Model check: 1 meshes loaded",
+                                      "Starting new rendering thread..."}));
+  EXPECT_EQ(err_.Take(), kUnanswered);
+  EXPECT_EQ(State()->render_thread, nullptr);
+  EXPECT_EQ(Call("stopRendering"), "success true");
+
+  EXPECT_EQ(Call("startRendering"), "success true");
+  EXPECT_TRUE(WaitForFrames(id, 1));
+}
+
+TEST_F(ThreadFaultsTest, ALockThatFailsLeavesEveryCommandThatTakesItUnanswered) {
+  const int64_t id = CreateViewer();
+  const std::vector<std::pair<std::string, EncodableValue>> commands = {
+      {"createTexture", Size(32, 24)},
+      {"loadModel", Map({{"modelPath", "x.glb"}})},
+      {"dispose", {}},
+      {"setCameraDistance", Map({{"distance", 9.0}})},
+      {"setModelScale", Map({{"scale", 9.0}})},
+      {"setRotation", AngleArguments(9, 9, 9)},
+      {"setBaseRotation", AngleArguments(9, 9, 9)},
+      {"setQuaternion", QuaternionArguments(9, 9, 9, 9)},
+      {"setBaseQuaternion", QuaternionArguments(9, 9, 9, 9)},
+  };
+  {
+    const thread_faults::UnlockableMutex unlockable(State()->mutex);
+    for (const auto& [method, arguments] : commands) {
+      SCOPED_TRACE(method);
+      err_.Take();
+      EXPECT_THROW(Call(method, arguments), std::system_error);
+      EXPECT_FALSE(embedder_.last_reply().answered());
+      EXPECT_EQ(err_.Take(), kUnanswered);
+    }
+  }
+  const OrbiskState& state = *State();
+  EXPECT_EQ(state.camera_distance, 3.5f);
+  EXPECT_EQ(state.model_scale, 1.2f);
+  EXPECT_EQ(state.quat_w, 1.0f);
+  EXPECT_EQ(state.roll, 0.0f);
+  EXPECT_EQ(state.base_roll, 0.0f);
+  EXPECT_EQ(state.model.meshes.size(), 1u);
+  EXPECT_NE(state.renderer, nullptr);
+
+  // "dispose" had set its flag and unregistered the texture before it asked for the lock; creating one undoes that.
+  const int64_t next_id = CreateTexture(32, 24);
+  EXPECT_EQ(next_id, id + 1);
+  EXPECT_EQ(Call("startRendering"), "success true");
+  EXPECT_TRUE(WaitForFrames(next_id, 1));
+}
+
+TEST_F(ThreadFaultsTest, ALockThatFailsLeavesTheFrameRequestToo) {
+  const int64_t id = CreateViewer();
+  {
+    const thread_faults::UnlockableMutex unlockable(State()->mutex);
+    EXPECT_THROW(Fetch(id), std::system_error);
+  }
+  EXPECT_NE(Fetch(id), nullptr);
+}
+
+TEST_F(ThreadFaultsTest, ALockThatFailsLeavesTheBodyOfTheRenderThread) {
+  CreateViewer();
+  const thread_faults::UnlockableMutex unlockable(State()->mutex);
+  EXPECT_THROW(plugin_under_test::RenderingThread(State()), std::system_error);
+  EXPECT_EQ(out_.Take(), OrbiskLines({kBar, "Rendering thread STARTED", kBar}));
+}
+
+}  // namespace
