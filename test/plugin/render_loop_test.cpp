@@ -2,7 +2,9 @@
 
 #include <atomic>
 #include <chrono>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "test/plugin/sleep_recorder.h"
 #include "test/plugin/source_fixture.h"
@@ -67,11 +69,17 @@ TEST_F(RenderLoopTest, WithoutAModelItWaitsWithOneLineEveryThirtyWaitsAndAnnounc
   const int64_t id = CreateTexture();
   SetModel({});
   out_.Take();
+  std::vector<std::string> before_each_wait;
+  sleep_recorder::SetHook(100ms, [&] { before_each_wait.push_back(out_.Take()); });
   const int waits_before = WaitsBegun();
   RunUntil(*State(), [&] { return WaitsBegun() >= waits_before + 31; });
-  const int waits = WaitsBegun() - waits_before;
-  EXPECT_EQ(out_.Take(), kStarted + OrbiskLines({"EGL context made current in rendering thread"}) +
-                             Waiting("OK", 0) + Waiting("OK", 0) + Stopped(waits));
+  sleep_recorder::SetHook({}, nullptr);
+
+  std::vector<std::string> expected(before_each_wait.size());
+  expected[0] = kStarted + OrbiskLines({"EGL context made current in rendering thread"}) + Waiting("OK", 0);
+  expected[30] = Waiting("OK", 0);
+  EXPECT_EQ(before_each_wait, expected);
+  EXPECT_EQ(out_.Take(), Stopped(WaitsBegun() - waits_before));
   EXPECT_EQ(embedder_.texture(id).marks, 0);
 }
 
