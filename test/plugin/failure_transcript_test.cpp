@@ -278,6 +278,17 @@ TEST_F(FailureTranscriptTest, ADisposedViewerHandsOutNoFrameAndIsDisposedAgainWi
   DestroyPlugin();
 }
 
+TEST_F(FailureTranscriptTest, AThreadStartedOnADisposedViewerEndsAtOnce) {
+  CreateViewer();
+  const fake_graphics::Allowance allowance(fake_graphics::CleanupDeletions());
+  Call("dispose");
+  EXPECT_EQ(Call("loadModel", Map({{"modelPath", folder_.PathOf("model.glb")}})), "success true");
+  fake_graphics::ClearCalls();
+  EXPECT_EQ(Call("startRendering"), "success true");
+  EXPECT_EQ(Call("stopRendering"), "success true");
+  EXPECT_EQ(RenderTranscript(), OutBanner("Rendering thread STARTED") + With(kThreadStop, {{"count", "0"}}));
+}
+
 // ---- "loadModel" -------------------------------------------------------------------------------------------
 
 std::string LoadAttempts(const std::string& path, const std::vector<std::string>& candidates) {

@@ -90,6 +90,15 @@ TEST_F(RenderLoopTest, AStopWhileWaitingEndsAfterTheWaitUnderWay) {
   EXPECT_LE(WaitsBegun(), waits_before + 2) << "a stop may come just before the next wait";
 }
 
+TEST_F(RenderLoopTest, ItEndsWhenItsViewerIsDisposed) {
+  OrbiskState state;
+  std::thread thread(plugin_under_test::RenderingThread, &state);
+  EXPECT_TRUE(out_.WaitFor(Waiting("NULL", 0)));
+  state.disposed = true;
+  thread.join();
+  EXPECT_FALSE(state.rendering);
+}
+
 TEST_F(RenderLoopTest, ItStartsDrawingWhenAModelArrives) {
   const int64_t id = CreateTexture();
   const int waits_before = WaitsBegun();
