@@ -24,10 +24,11 @@ const char* const kFrameFunctions[] = {
     "glDrawElements",            "glGetError",           "glDisableVertexAttribArray",
     "glFlush",                   "glFinish",             "glReadPixels"};
 
-const char* const kSetUpFunctions[] = {"eglGetDisplay",   "eglInitialize",     "eglChooseConfig",
-                                       "eglCreatePbufferSurface", "eglCreateContext",  "eglMakeCurrent",
-                                       "glGenFramebuffers", "glCheckFramebufferStatus", "glCompileShader",
-                                       "glLinkProgram"};
+// What "createTexture" calls to destroy one renderer and to set up the next.
+const char* const kReplacementFunctions[] = {
+    "glDeleteProgram", "eglDestroyContext",       "eglDestroySurface", "eglTerminate",   "eglGetDisplay",
+    "eglInitialize",   "eglChooseConfig",         "eglCreateContext",  "eglMakeCurrent", "eglCreatePbufferSurface",
+    "glGenFramebuffers", "glCheckFramebufferStatus", "glCompileShader",   "glLinkProgram"};
 
 struct FreshGraphics {
   FreshGraphics() { fake_graphics::Reset(); }
@@ -107,14 +108,14 @@ TEST_F(LockingTest, ARendererTakenAwayWhileTheThreadStartsIsNotTouched) {
 
 TEST_F(LockingTest, CreateTextureHoldsTheLockFromTheRendererToTheAnswer) {
   CreateViewer();
-  Watch(kSetUpFunctions);
+  Watch(kReplacementFunctions);
   embedder_.SetCallHook([this](const fakes::Call& call) { Note(call.function); });
   CreateTexture(32, 24);
   embedder_.SetCallHook(nullptr);
   EXPECT_THAT(without_lock_, IsEmpty());
   EXPECT_EQ(with_lock_.count("TextureRegistrarRegisterExternalTexture"), 1u);
   EXPECT_EQ(with_lock_.count("MessengerSendResponse"), 1u);
-  EXPECT_EQ(with_lock_.size(), std::size(kSetUpFunctions) + 2);
+  EXPECT_EQ(with_lock_.size(), std::size(kReplacementFunctions) + 2);
   for (const auto& [function, threads] : threads_) {
     EXPECT_EQ(threads, std::set<std::thread::id>{platform_thread_}) << function;
   }
