@@ -1,0 +1,37 @@
+#include "test/endurance/process_figures.h"
+
+#include <malloc.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace endurance {
+
+namespace {
+
+int CountEntries(const char* folder) {
+  const std::filesystem::directory_iterator entries(folder);
+  return static_cast<int>(std::distance(begin(entries), end(entries)));
+}
+
+}  // namespace
+
+ProcessFigures ReadProcessFigures() {
+  long total_pages = 0;
+  long resident_pages = 0;
+  if (!(std::ifstream("/proc/self/statm") >> total_pages >> resident_pages)) {
+    throw std::runtime_error("cannot read /proc/self/statm");
+  }
+  ProcessFigures figures;
+  figures.resident_kb = resident_pages * (sysconf(_SC_PAGESIZE) / 1024);
+  const struct mallinfo2 heap = mallinfo2();
+  figures.heap_kb = static_cast<long>((heap.uordblks + heap.hblkhd) / 1024);
+  figures.descriptors = CountEntries("/proc/self/fd") - 1;  // but for the one that reads the folder
+  figures.threads = CountEntries("/proc/self/task");
+  return figures;
+}
+
+}  // namespace endurance
