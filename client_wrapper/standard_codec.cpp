@@ -53,12 +53,13 @@ TypeByte TypeByteOf(const EncodableValue& value) {
   }
 }
 
-// The codec of type Codec over `serializer`, made at the first request for it.
+// The codec of type Codec over `serializer`, made at the first request for it and never destroyed: a message may still
+// be answered while the program ends.
 template <typename Codec, typename MakeCodec>
 const Codec& CodecFor(const StandardCodecSerializer* serializer, MakeCodec make_codec) {
-  static std::map<const StandardCodecSerializer*, std::unique_ptr<Codec>> codecs;
+  static auto* const codecs = new std::map<const StandardCodecSerializer*, std::unique_ptr<Codec>>();
   if (serializer == nullptr) serializer = &StandardCodecSerializer::GetInstance();
-  std::unique_ptr<Codec>& codec = codecs[serializer];
+  std::unique_ptr<Codec>& codec = (*codecs)[serializer];
   if (!codec) codec.reset(make_codec(serializer));
   return *codec;
 }
@@ -96,8 +97,8 @@ class ContainerRead {
 };
 
 const StandardCodecSerializer& StandardCodecSerializer::GetInstance() {
-  static const StandardCodecSerializer instance;
-  return instance;
+  static const auto* const instance = new StandardCodecSerializer();
+  return *instance;
 }
 
 EncodableValue StandardCodecSerializer::ReadValue(ByteStreamReader* stream) const {

@@ -85,6 +85,19 @@ TEST(EncodableValueTest, OrderGoesByAlternativeBeforeContent) {
   EXPECT_LT(EncodableValue(int32_t{1000}), EncodableValue(int64_t{-1000}));
 }
 
+TEST(EncodableValueTest, EveryComparisonCompilesAndAgreesWithTheOrder) {
+  const std::vector<EncodableValue> values = OneOfEach();
+  for (size_t i = 0; i < values.size(); ++i) {
+    for (size_t j = 0; j < values.size(); ++j) {
+      EXPECT_EQ(values[i] == values[j], i == j) << i << " and " << j;
+      EXPECT_EQ(values[i] != values[j], i != j) << i << " and " << j;
+      EXPECT_EQ(values[i] > values[j], i > j) << i << " and " << j;
+      EXPECT_EQ(values[i] <= values[j], i <= j) << i << " and " << j;
+      EXPECT_EQ(values[i] >= values[j], i >= j) << i << " and " << j;
+    }
+  }
+}
+
 TEST(EncodableValueTest, OrderWithinAnAlternativeIsItsOwn) {
   EXPECT_LT(EncodableValue(false), EncodableValue(true));
   EXPECT_LT(EncodableValue(int32_t{-1}), EncodableValue(int32_t{1}));
@@ -127,6 +140,18 @@ TEST(CustomEncodableValueTest, EachEqualsOnlyItself) {
   EXPECT_FALSE(one == other);
   EXPECT_FALSE(one < one);
   EXPECT_NE(one < other, other < one);
+}
+
+TEST(CustomEncodableValueTest, EveryComparisonAgreesWithTheOrder) {
+  const CustomEncodableValue values[] = {CustomEncodableValue(1), CustomEncodableValue(1)};
+  const CustomEncodableValue& low = values[0];  // of two in an array the first has the lower address
+  const CustomEncodableValue& high = values[1];
+  EXPECT_TRUE(low < high && low <= high && low != high);
+  EXPECT_FALSE(low > high || low >= high || low == high);
+  EXPECT_TRUE(high > low && high >= low && high != low);
+  EXPECT_FALSE(high < low || high <= low || high == low);
+  EXPECT_TRUE(low == low && low <= low && low >= low);
+  EXPECT_FALSE(low != low || low < low || low > low);
 }
 
 }  // namespace

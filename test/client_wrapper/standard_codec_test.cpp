@@ -1,5 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <stdexcept>
 
 #include "client_wrapper/byte_buffer_streams.h"
 #include "flutter/standard_codec_serializer.h"
@@ -257,6 +261,20 @@ TEST(StandardCodecTest, ValuesAfterACustomValueAreEncodedAsEver) {
 
 // ---- Unknown types ------------------------------------------------------------------------------
 
+// Throws when it is copied.
+struct NeverCopied {
+  NeverCopied() = default;
+  NeverCopied(const NeverCopied&) { throw std::runtime_error("copied"); }
+};
+
+TEST(StandardCodecTest, ValueLostToAnExceptionEncodesAsABareNull) {
+  EncodableValue value("text");
+  const NeverCopied object;
+  EXPECT_THROW(value.emplace<CustomEncodableValue>(object), std::runtime_error);
+  ASSERT_TRUE(value.valueless_by_exception());
+  EXPECT_EQ(Encode(EncodableValue(EncodableList{value, EncodableValue(true)})), (Bytes{12, 2, 0, 1}));
+}
+
 TEST(StandardCodecTest, UnknownTypeGivesNullAndALineWithItsNumber) {
   const Decoded decoded = Decode({200});
   EXPECT_EQ(decoded.value, EncodableValue());
@@ -418,6 +436,19 @@ TEST(StandardCodecTest, MessageCodecIsTheSameObjectEachTime) {
 TEST(StandardCodecTest, NullSerializerMeansTheStandardOne) {
   EXPECT_EQ(&StandardMessageCodec::GetInstance(nullptr),
             &StandardMessageCodec::GetInstance(&StandardCodecSerializer::GetInstance()));
+}
+
+const StandardMessageCodec* g_codec_at_exit = nullptr;
+
+TEST(StandardCodecDeathTest, CodecServesToTheVeryEndOfTheProgram) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // in the program run anew: this test makes its first codec there
+  const auto encode_at_exit = [] {
+    std::atexit([] { _exit(*g_codec_at_exit->EncodeMessage(EncodableValue("ab")) == Bytes{7, 2, 'a', 'b'} ? 0 : 1); });
+    // After the handler, so that what is destroyed with the program's static objects is gone when it runs.
+    g_codec_at_exit = &StandardMessageCodec::GetInstance();
+    std::exit(1);
+  };
+  EXPECT_EXIT(encode_at_exit(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST(StandardCodecTest, DecodingAPointerAndASizeReadsNoFurther) {

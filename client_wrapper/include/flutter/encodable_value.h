@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <type_traits>
 #include <typeinfo>
 #include <utility>
 #include <variant>
@@ -34,6 +35,11 @@ class CustomEncodableValue {
 
   bool operator<(const CustomEncodableValue& other) const { return std::less<>()(this, &other); }
   bool operator==(const CustomEncodableValue& other) const { return this == &other; }
+  // A variant of such values compares with each of these.
+  bool operator!=(const CustomEncodableValue& other) const { return !(*this == other); }
+  bool operator>(const CustomEncodableValue& other) const { return other < *this; }
+  bool operator<=(const CustomEncodableValue& other) const { return !(other < *this); }
+  bool operator>=(const CustomEncodableValue& other) const { return !(*this < other); }
 
  private:
   std::any object_;
