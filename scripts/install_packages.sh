@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, running and testing Orbisk needs and that are missing, and says which.
 #
-# usage: scripts/install_packages.sh [build|test]...
-#   build   the plug-in and the development host, and what the host needs to draw without a GPU
-#   test    what the tests need on top
+# usage: scripts/install_packages.sh [build|test|coverage]...
+#   build     the plug-in and the development host, and what the host needs to draw without a GPU
+#   test      what the tests need on top
+#   coverage  what scripts/coverage.sh needs on top
 set -euo pipefail
 
 build_packages=(
@@ -20,12 +21,17 @@ test_packages=(
   xvfb xauth                                                    # window modes
 )
 
+coverage_packages=(
+  gcovr python3
+)
+
 packages=()
 for group in "${@:-build}"; do
   case "$group" in
     build) packages+=("${build_packages[@]}") ;;
     test) packages+=("${test_packages[@]}") ;;
-    *) echo "install_packages.sh: no such group: $group (build, test)" >&2; exit 2 ;;
+    coverage) packages+=("${coverage_packages[@]}") ;;
+    *) echo "install_packages.sh: no such group: $group (build, test, coverage)" >&2; exit 2 ;;
   esac
 done
 

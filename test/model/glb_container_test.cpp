@@ -21,6 +21,7 @@ using model_test::Loaded;
 using model_test::LoadPath;
 using model_test::PreviousModel;
 using model_test::ReadFault;
+using model_test::StatFault;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -408,6 +409,15 @@ TEST(GlbContainerTest, AReadThatFailsAtOnceIsAFileOfZeros) {
   EXPECT_TRUE(fault.happened());
   EXPECT_FALSE(loaded.ok);
   EXPECT_EQ(loaded.log, "fail: magic/version\n");
+}
+
+TEST(GlbContainerTest, AFileThatGoesAwayOnceItIsOpenIsReadAllTheSame) {
+  const TemporaryFolder folder;
+  const std::string path = folder.Write("model.glb", Good());
+  const StatFault fault;
+  struct stat status = {};
+  ASSERT_NE(stat(path.c_str(), &status), 0);
+  EXPECT_EQ(LoadPath(path).log, kTriangleLog);
 }
 
 }  // namespace

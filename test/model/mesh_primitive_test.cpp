@@ -717,6 +717,15 @@ TEST_F(MeshPrimitiveTest, PositionsAreUntouchedByTheNormals) {
   EXPECT_EQ(mesh_.positions, Curve(6));
 }
 
+// ---- Ranges -----------------------------------------------------------------------------------------------
+
+TEST(ElementRangeTest, EndsBehindItsLastElementNotBehindTheGap) {
+  EXPECT_EQ((ElementRange{4, 24, 2, 12}.end()), 4u + 24 + 12);
+}
+
+// No range of a file is empty when it is checked; one that is must not wrap around.
+TEST(ElementRangeTest, WithoutElementsEndsWhereItBegins) { EXPECT_EQ((ElementRange{4, 24, 0, 12}.end()), 4u); }
+
 // ---- Cut short --------------------------------------------------------------------------------------------
 
 TEST_F(MeshPrimitiveTest, EveryPrefixOfTheJsonDecodesOrFailsWithoutReadingOn) {

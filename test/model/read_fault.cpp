@@ -1,5 +1,7 @@
 #include "test/model/read_fault.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -15,6 +17,8 @@ struct Fault {
   bool happened = false;
 } fault;
 
+bool stat_fails = false;
+
 }  // namespace
 
 namespace model_test {
@@ -23,9 +27,12 @@ ReadFault::ReadFault(size_t bytes, Kind kind) { fault = {true, bytes, kind == kE
 ReadFault::~ReadFault() { fault = Fault(); }
 bool ReadFault::happened() const { return fault.happened; }
 
+StatFault::StatFault() { stat_fails = true; }
+StatFault::~StatFault() { stat_fails = false; }
+
 }  // namespace model_test
 
-// In the program, so that the stream buffers of the standard library find it before the C library's own.
+// In the program, so that the loader and the standard library find them before the C library's own.
 extern "C" __attribute__((visibility("default"))) ssize_t read(int file, void* buffer, size_t size) {
   if (fault.active) {
     if (size > fault.bytes_left) fault.happened = true;
@@ -38,4 +45,10 @@ extern "C" __attribute__((visibility("default"))) ssize_t read(int file, void* b
   const ssize_t count = syscall(SYS_read, file, buffer, size);
   if (fault.active && count > 0) fault.bytes_left -= static_cast<size_t>(count);
   return count;
+}
+
+extern "C" __attribute__((visibility("default"))) int stat(const char* path, struct stat* status) {
+  if (!stat_fails) return fstatat(AT_FDCWD, path, status, 0);
+  errno = ENOENT;
+  return -1;
 }

@@ -20,6 +20,15 @@ class ReadFault {
   bool happened() const;
 };
 
+/// While it lives, the C library's stat() finds no file, as if each had gone away at that moment.
+class StatFault {
+ public:
+  StatFault();
+  ~StatFault();
+  StatFault(const StatFault&) = delete;
+  StatFault& operator=(const StatFault&) = delete;
+};
+
 }  // namespace model_test
 
 #endif  // TEST_MODEL_READ_FAULT_H_
