@@ -18,7 +18,7 @@ inline constexpr long kHeapToleranceWhileDrawing = 256;  // a frame's own, which
 /// How much more may be resident at the end of a series. Coarser, as it comes in pages and with what the allocator
 /// keeps; it is there for memory that is not from the heap.
 inline constexpr long kResidentToleranceKb = 4096;
-inline constexpr long kResidentTolerancePercent = 1;  // and of what the bare program grows by
+inline constexpr long kResidentTolerancePercent = 2;  // and of what the bare program grows by
 
 /// The growth from one sample to another further on, in kB, descriptors and threads.
 ProcessFigures Growth(const Sample& from, const Sample& to);
