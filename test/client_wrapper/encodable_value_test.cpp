@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <utility>
+
 #include "message_bytes.h"
 
 namespace client_wrapper_test {
@@ -106,6 +109,39 @@ TEST(EncodableValueTest, OrderWithinAnAlternativeIsItsOwn) {
   EXPECT_LT(EncodableValue(std::vector<uint8_t>{1, 9}), EncodableValue(std::vector<uint8_t>{2}));
   EXPECT_LT(EncodableValue(EncodableList{EncodableValue("x")}),
             EncodableValue(EncodableList{EncodableValue("x"), EncodableValue()}));
+}
+
+TEST(EncodableValueTest, OrderOfMapsGoesByTheFirstKeyOrValueThatDiffers) {
+  EXPECT_LT(EncodableValue(EncodableMap{{1, "z"}}), EncodableValue(EncodableMap{{2, "a"}}));
+  EXPECT_LT(EncodableValue(EncodableMap{{1, "a"}, {2, "z"}}), EncodableValue(EncodableMap{{1, "b"}}));
+  EXPECT_LT(EncodableValue(EncodableMap{{1, "a"}}), EncodableValue(EncodableMap{{1, "a"}, {2, "a"}}));
+  EXPECT_LT(EncodableValue(EncodableMap{{1, EncodableMap{}}}),
+            EncodableValue(EncodableMap{{1, EncodableMap{{1, 1}}}}));
+}
+
+TEST(EncodableValueTest, NumberThatIsNoneComesWithEveryOther) {
+  const EncodableValue none(std::nan(""));
+  const EncodableValue one(1.0);
+  EXPECT_FALSE(none < one);
+  EXPECT_FALSE(one < none);
+  EXPECT_LT(EncodableValue(EncodableList{none, "a"}), EncodableValue(EncodableList{one, "b"}));
+}
+
+/// Lists of one element, or maps of one key, in one another.
+template <typename Wrap>
+EncodableValue Nested(Wrap wrap) {
+  EncodableValue value("innermost");
+  for (int depth = 0; depth < 500; ++depth) value = wrap(std::move(value));
+  return value;
+}
+
+TEST(EncodableValueTest, ValuesNestedDeepAreComparedToTheEnd) {
+  const auto list = [](EncodableValue inner) { return EncodableValue(EncodableList(1, std::move(inner))); };
+  const auto key = [](EncodableValue inner) { return EncodableValue(EncodableMap{{std::move(inner), 1}}); };
+  const auto mapped = [](EncodableValue inner) { return EncodableValue(EncodableMap{{1, std::move(inner)}}); };
+  EXPECT_FALSE(Nested(list) < Nested(list));
+  EXPECT_FALSE(Nested(key) < Nested(key));
+  EXPECT_FALSE(Nested(mapped) < Nested(mapped));
 }
 
 TEST(EncodableValueTest, MapKeepsItsKeysInTheOrderOfValues) {

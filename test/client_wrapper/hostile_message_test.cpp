@@ -202,6 +202,15 @@ TEST(HostileMessageTest, ListTooDeepThatIsCutShortEndsWithTheValueThatFails) {
   EXPECT_EQ(measured.errors, std::string(kTooDeep) + kInvalidRead);
 }
 
+TEST(HostileMessageTest, EqualKeysThatNestDeepAreToldApartToTheEnd) {
+  const Bytes key = Join({Repeat(500, {12, 1}), {0}});
+  const Measured measured = DecodeMeasured(Join({{13, 2}, key, {1}, key, {2}}));
+  const auto& map = std::get<EncodableMap>(*measured.value);
+  ASSERT_EQ(map.size(), 1u);
+  EXPECT_EQ(map.begin()->second, EncodableValue(true));
+  EXPECT_EQ(measured.errors, "");
+}
+
 struct NestCase {
   const char* name;
   Bytes opening;  // of each list or map

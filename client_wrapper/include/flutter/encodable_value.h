@@ -84,6 +84,49 @@ class EncodableValue : public internal::EncodableVariant {
   bool IsNull() const { return std::holds_alternative<std::monostate>(*this); }
 };
 
+namespace internal {
+
+// Negative, zero or positive where `a` comes before, with or after `b`.
+//
+// All three at once: the standard containers find out by asking for "less" both ways, which at every level of nesting
+// doubles the work. Two equal keys of a few dozen lists in one another would never be compared to the end.
+inline int Compare(const EncodableValue& a, const EncodableValue& b);
+
+template <typename T>
+int CompareContent(const T& a, const T& b) {
+  return a < b ? -1 : b < a ? 1 : 0;
+}
+inline int CompareContent(const std::string& a, const std::string& b) { return a.compare(b); }
+inline int CompareContent(const EncodableValue& a, const EncodableValue& b) { return Compare(a, b); }
+inline int CompareContent(const EncodableMap::value_type& a, const EncodableMap::value_type& b) {
+  const int keys = Compare(a.first, b.first);
+  return keys != 0 ? keys : Compare(a.second, b.second);
+}
+
+template <typename Container>
+int CompareElements(const Container& a, const Container& b) {
+  auto in_a = a.begin();
+  auto in_b = b.begin();
+  for (; in_a != a.end() && in_b != b.end(); ++in_a, ++in_b) {
+    const int elements = CompareContent(*in_a, *in_b);
+    if (elements != 0) return elements;
+  }
+  return CompareContent(a.size(), b.size());
+}
+inline int CompareContent(const EncodableList& a, const EncodableList& b) { return CompareElements(a, b); }
+inline int CompareContent(const EncodableMap& a, const EncodableMap& b) { return CompareElements(a, b); }
+
+inline int Compare(const EncodableValue& a, const EncodableValue& b) {
+  if (a.index() != b.index()) return a.index() < b.index() ? -1 : 1;
+  return std::visit(
+      [&b](const auto& content) { return CompareContent(content, std::get<std::decay_t<decltype(content)>>(b)); },
+      static_cast<const EncodableVariant&>(a));
+}
+
+}  // namespace internal
+
+inline bool operator<(const EncodableValue& a, const EncodableValue& b) { return internal::Compare(a, b) < 0; }
+
 }  // namespace flutter
 
 #endif  // CLIENT_WRAPPER_INCLUDE_FLUTTER_ENCODABLE_VALUE_H_
