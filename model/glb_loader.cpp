@@ -464,12 +464,7 @@ uint32_t read_u32(const std::vector<uint8_t>& bytes, uint64_t offset) {
 // GLB: "glTF" 4 | version 4 | length 4 | J 4 | "JSON" 4 | text J | B 4 | "BIN\0" 4 | data B
 //
 // The total length is not looked at, nor is what follows the BIN chunk. `bin` points into `bytes`.
-bool read_container(const std::string& path, std::vector<uint8_t>& bytes, std::string& json, BinChunk& bin,
-                    std::string* log) {
-  if (!read_file(path, bytes)) {
-    append(log, "fail: read file\n");
-    return false;
-  }
+bool read_container(const std::vector<uint8_t>& bytes, std::string& json, BinChunk& bin, std::string* log) {
   if (bytes.size() < 12) {
     append(log, "fail: header\n");
     return false;
@@ -513,17 +508,11 @@ std::string describe_mesh(size_t index, const MeshData& mesh) {
   return line.str();
 }
 
-}  // namespace
-
-// ---- Entry points ------------------------------------------------------------------------------------------
-
-bool load_glb_model(const std::string& path, GLBModel& model, std::string* log) {
-  model.meshes.clear();
-
-  std::vector<uint8_t> bytes;
+// Adds the meshes of the file that has these bytes.
+bool add_meshes(const std::vector<uint8_t>& bytes, GLBModel& model, std::string* log) {
   std::string json;
   BinChunk bin = {};
-  if (!read_container(path, bytes, json, bin, log)) return false;
+  if (!read_container(bytes, json, bin, log)) return false;
 
   const size_t mesh_count = count_meshes(json);
   append(log, "Found " + std::to_string(mesh_count) + " meshes\n");
@@ -538,6 +527,20 @@ bool load_glb_model(const std::string& path, GLBModel& model, std::string* log) 
     }
   }
   return !model.meshes.empty();
+}
+
+}  // namespace
+
+// ---- Entry points ------------------------------------------------------------------------------------------
+
+bool load_glb_model(const std::string& path, GLBModel& model, std::string* log) {
+  model.meshes.clear();
+  std::vector<uint8_t> bytes;
+  if (!read_file(path, bytes)) {
+    append(log, "fail: read file\n");
+    return false;
+  }
+  return add_meshes(bytes, model, log);
 }
 
 bool load_glb_mesh(const std::string& path, MeshData& mesh, std::string* log) {
