@@ -10,3 +10,4 @@ for preset in release asan tsan; do
   scripts/build.sh "$preset"
   ctest --preset "$preset" --parallel "$(nproc)" "$@"
 done
+scripts/install_packages.sh fuzz; scripts/fuzz.sh 60

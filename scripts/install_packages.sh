@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, running and testing Orbisk needs and that are missing, and says which.
 #
-# usage: scripts/install_packages.sh [build|test|coverage]...
+# usage: scripts/install_packages.sh [build|test|coverage|fuzz]...
 #   build     the plug-in and the development host, and what the host needs to draw without a GPU
 #   test      what the tests need on top
-#   coverage  what scripts/coverage.sh needs on top
+#   coverage  what scripts/coverage.sh needs on top of both
+#   fuzz      what scripts/fuzz.sh needs on top of both
 set -euo pipefail
 
 build_packages=(
@@ -20,9 +21,11 @@ test_packages=(
   binutils                                                      # the library's symbol table is read
   xvfb xauth                                                    # window modes
 )
-
 coverage_packages=(
   gcovr python3
+)
+fuzz_packages=(
+  clang-14 libclang-rt-14-dev                                   # libFuzzer and the sanitizers' runtimes
 )
 
 packages=()
@@ -31,7 +34,8 @@ for group in "${@:-build}"; do
     build) packages+=("${build_packages[@]}") ;;
     test) packages+=("${test_packages[@]}") ;;
     coverage) packages+=("${coverage_packages[@]}") ;;
-    *) echo "install_packages.sh: no such group: $group (build, test, coverage)" >&2; exit 2 ;;
+    fuzz) packages+=("${fuzz_packages[@]}") ;;
+    *) echo "install_packages.sh: no such group: $group (build, test, coverage, fuzz)" >&2; exit 2 ;;
   esac
 done
 
