@@ -3,6 +3,7 @@
 //
 // usage: orbisk_fuzz_seeds FOLDER      (into FOLDER/TARGET/, whatever is in there)
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -31,6 +32,12 @@ struct Seed {
   std::string name;
   Bytes bytes;
 };
+
+Bytes Prefixed(uint8_t first, const Bytes& rest) {
+  Bytes bytes(1 + rest.size(), first);
+  std::copy(rest.begin(), rest.end(), bytes.begin() + 1);
+  return bytes;
+}
 
 // ---- glb_loader --------------------------------------------------------------------------------------------
 
@@ -70,9 +77,8 @@ std::vector<Seed> GlbSeeds() {
 // ---- json_scanning -----------------------------------------------------------------------------------------
 
 Seed JsonSeed(const std::string& name, uint8_t key_number, uint8_t start, int8_t index, const std::string& text) {
-  Bytes bytes = {key_number, start, static_cast<uint8_t>(index)};
-  Append(bytes, Bytes(text.begin(), text.end()));
-  return {name, bytes};
+  const Bytes text_bytes(text.begin(), text.end());
+  return {name, Prefixed(key_number, Prefixed(start, Prefixed(static_cast<uint8_t>(index), text_bytes)))};
 }
 
 std::vector<Seed> JsonSeeds() {
@@ -106,38 +112,29 @@ std::vector<Seed> MessageSeeds() {
       std::vector<int32_t>{4, 5}, std::vector<int64_t>{6}, std::vector<double>{7.5}, std::vector<float>{8.5f},
       EncodableList{1.0, EncodableList{}}, EncodableMap{{"b", 1.0}, {int32_t{1}, EncodableMap{{2.0, "x"}}}}});
   const EncodableValue numbers(EncodableMap{{std::vector<double>{1, 2}, 0.0}, {3.0, -0.0}, {int64_t{4}, {}}});
-  const auto message = [](fuzz::MessageKind kind, const Bytes& bytes) {
-    Bytes input = {kind};
-    Append(input, bytes);
-    return input;
-  };
   return {
-      {"every_kind", message(fuzz::kValue, EncodeValue(every_kind))},
-      {"numbers_as_keys", message(fuzz::kValue, EncodeValue(numbers))},
-      {"long_string", message(fuzz::kValue, EncodeValue(std::string(300, 'a')))},
-      {"integer_as_text", message(fuzz::kValue, {5, 2, 'f', 'f'})},
-      {"claims_too_much", message(fuzz::kValue, {12, 255, 255, 255, 255, 255, 13, 254, 255, 255, 10, 255, 1, 2, 3, 127})},
-      {"unknown_type", message(fuzz::kValue, {200})},
-      {"repeated_key", message(fuzz::kValue, {13, 2, 1, 2, 1, 3, 1, 0, 0, 0})},
-      {"call", message(fuzz::kCall, EncodeCall("setModelScale", EncodableMap{{"scale", 1.0}}))},
-      {"no_call", message(fuzz::kCall, EncodeValue(1.0))},
-      {"success", message(fuzz::kEnvelope, *codec.EncodeSuccessEnvelope(&every_kind))},
-      {"success_of_null", message(fuzz::kEnvelope, *codec.EncodeSuccessEnvelope(nullptr))},
-      {"error", message(fuzz::kEnvelope, *codec.EncodeErrorEnvelope("CODE", "message", &numbers))},
-      {"error_without_message", message(fuzz::kEnvelope, *codec.EncodeErrorEnvelope("CODE", "", nullptr))},
-      {"error_without_code", message(fuzz::kEnvelope, {1, 3, 0, 0, 0, 0, 0, 0})},
-      {"too_deep", message(fuzz::kTooDeep, EncodeValue(every_kind))},
-      {"too_deep_and_cut_short", message(fuzz::kTooDeep, {12, 254, 255, 255, 13, 2, 1, 1, 3, 0})},
+      {"every_kind", Prefixed(fuzz::kValue, EncodeValue(every_kind))},
+      {"numbers_as_keys", Prefixed(fuzz::kValue, EncodeValue(numbers))},
+      {"long_string", Prefixed(fuzz::kValue, EncodeValue(std::string(300, 'a')))},
+      {"integer_as_text", Prefixed(fuzz::kValue, {5, 2, 'f', 'f'})},
+      {"claims_too_much", Prefixed(fuzz::kValue, {12, 255, 255, 255, 255, 255, 13, 254, 255, 255, 10, 255, 1, 2, 3, 127})},
+      {"unknown_type", Prefixed(fuzz::kValue, {200})},
+      {"repeated_key", Prefixed(fuzz::kValue, {13, 2, 1, 2, 1, 3, 1, 0, 0, 0})},
+      {"call", Prefixed(fuzz::kCall, EncodeCall("setModelScale", EncodableMap{{"scale", 1.0}}))},
+      {"no_call", Prefixed(fuzz::kCall, EncodeValue(1.0))},
+      {"success", Prefixed(fuzz::kEnvelope, *codec.EncodeSuccessEnvelope(&every_kind))},
+      {"success_of_null", Prefixed(fuzz::kEnvelope, *codec.EncodeSuccessEnvelope(nullptr))},
+      {"error", Prefixed(fuzz::kEnvelope, *codec.EncodeErrorEnvelope("CODE", "message", &numbers))},
+      {"error_without_message", Prefixed(fuzz::kEnvelope, *codec.EncodeErrorEnvelope("CODE", "", nullptr))},
+      {"error_without_code", Prefixed(fuzz::kEnvelope, {1, 3, 0, 0, 0, 0, 0, 0})},
+      {"too_deep", Prefixed(fuzz::kTooDeep, EncodeValue(every_kind))},
+      {"too_deep_and_cut_short", Prefixed(fuzz::kTooDeep, {12, 254, 255, 255, 13, 2, 1, 1, 3, 0})},
   };
 }
 
 // ---- method_call -------------------------------------------------------------------------------------------
 
-Bytes Message(const Bytes& message) {
-  Bytes step = {static_cast<uint8_t>(message.size())};
-  Append(step, message);
-  return step;
-}
+Bytes Message(const Bytes& message) { return Prefixed(static_cast<uint8_t>(message.size()), message); }
 
 Bytes Call(const std::string& method, EncodableValue arguments = {}) {
   return Message(EncodeCall(method, std::move(arguments)));
