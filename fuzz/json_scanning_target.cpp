@@ -129,7 +129,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string key = key_number < std::size(kKeys) ? std::string(kKeys[key_number])
                                                         : std::string(own_key.begin(), own_key.end());
   const std::vector<uint8_t> rest = input.Rest();
-  const std::string_view text = rest.empty() ? "" : std::string_view(reinterpret_cast<const char*>(rest.data()), rest.size());
+  const auto* const characters = reinterpret_cast<const char*>(rest.data());
+  const std::string_view text = rest.empty() ? std::string_view("") : std::string_view(characters, rest.size());
 
   ScanForKey(text, key, start);
   ScanForNumbers(text, key);

@@ -50,14 +50,29 @@ constexpr size_t kMemory = 64 * 1024;  // bytes in one piece: a frame of 128 x 1
 
 const pthread_t g_platform_thread = pthread_self();
 
-// Threads get a stack of 256 KiB: to clear the shadow of the usual 8 MiB takes the address sanitizer longer than all else.
+// Threads get a stack of 1 MiB: clearing the shadow of the usual 8 MiB takes the address sanitizer longer than all
+// the rest.
 const bool g_stacks_are_small = [] {
   pthread_attr_t attributes;
-  return pthread_attr_init(&attributes) == 0 && pthread_attr_setstacksize(&attributes, 256 * 1024) == 0 &&
+  return pthread_attr_init(&attributes) == 0 && pthread_attr_setstacksize(&attributes, 1024 * 1024) == 0 &&
          pthread_setattr_default_np(&attributes) == 0;
 }();
 
 // ---- Time --------------------------------------------------------------------------------------------------
+
+// Waits for what another thread does. The first looks are quick; then, on a busy machine, it is best to get out of the
+// other thread's way.
+template <typename Condition>
+void WaitUntil(Condition condition) {
+  for (int looks = 0; !condition(); ++looks) {
+    if (looks < 16) {
+      sched_yield();
+    } else {
+      const timespec fifty_microseconds = {0, 50'000};
+      clock_nanosleep(CLOCK_MONOTONIC, 0, &fifty_microseconds, nullptr);
+    }
+  }
+}
 
 std::atomic<bool> g_render_thread_sleeps{false};
 std::atomic<bool> g_next_frame{false};
@@ -70,17 +85,18 @@ bool RenderThreadMustWake(std::chrono::nanoseconds sleep) {
 
 void SleepOnRenderThread(std::chrono::nanoseconds sleep) {
   g_render_thread_sleeps = true;
-  while (!g_next_frame && !RenderThreadMustWake(sleep)) sched_yield();
+  WaitUntil([sleep] { return g_next_frame || RenderThreadMustWake(sleep); });
   g_render_thread_sleeps = false;
   g_next_frame = false;
 }
 
 // Waits until the render thread, when there is one, sleeps or has ended.
 void WaitForRenderThread() {
-  while (g_viewer_state && g_viewer_state->render_thread && !g_render_thread_ended && !g_render_thread_sleeps) {
-    g_render_thread_ended = graphics_stand_in::TakeRenderThreadFailure();
-    sched_yield();
-  }
+  if (!g_viewer_state || !g_viewer_state->render_thread) return;
+  WaitUntil([] {
+    if (graphics_stand_in::TakeRenderThreadFailure()) g_render_thread_ended = true;
+    return g_render_thread_ended || g_render_thread_sleeps;
+  });
 }
 
 // The same after a new thread has been started; one of a disposed viewer ends at once.
@@ -92,7 +108,7 @@ void WaitForNewRenderThread() {
 void LetRenderThreadDraw() {
   if (!g_render_thread_sleeps) return;
   g_next_frame = true;
-  while (g_next_frame) sched_yield();
+  WaitUntil([] { return !g_next_frame; });
   WaitForRenderThread();
 }
 
@@ -100,7 +116,7 @@ void LetRenderThreadDraw() {
 
 // In front of the C library's.
 extern "C" __attribute__((visibility("default"))) int nanosleep(const timespec* request, timespec*) {
-  const std::chrono::nanoseconds sleep = std::chrono::seconds(request->tv_sec) + std::chrono::nanoseconds(request->tv_nsec);
+  const auto sleep = std::chrono::seconds(request->tv_sec) + std::chrono::nanoseconds(request->tv_nsec);
   if (pthread_equal(pthread_self(), g_platform_thread) || sleep < std::chrono::milliseconds(1)) {
     sched_yield();
   } else {

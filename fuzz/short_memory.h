@@ -5,8 +5,8 @@
 
 namespace fuzz {
 
-/// While it lives, every `new` of more than `limit` bytes throws std::bad_alloc, on any thread: sizes that a message may
-/// claim, such as a texture's, are refused before they cost time.
+/// While it lives, every `new` of more than `limit` bytes throws std::bad_alloc, on any thread: sizes that a message
+/// may claim, such as a texture's, are refused before they cost time.
 class ShortMemory {
  public:
   explicit ShortMemory(size_t limit);
