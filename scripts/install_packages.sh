@@ -39,9 +39,14 @@ for group in "${@:-build}"; do
   esac
 done
 
+# With its architecture: a package that is there for two is asked about for this one.
 missing=()
 for package in "${packages[@]}"; do
-  status=$(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null || true)
+  case "$package" in
+    *:*) status_of=$package ;;
+    *) status_of=$package:$(dpkg --print-architecture) ;;
+  esac
+  status=$(dpkg-query --show --showformat='${db:Status-Status}' "$status_of" 2>/dev/null || true)
   [ "$status" = installed ] || missing+=("$package")
 done
 [ "${#missing[@]}" -gt 0 ] || exit 0
