@@ -39,15 +39,14 @@ for group in "${@:-build}"; do
   esac
 done
 
-# With its architecture: a package that is there for two is asked about for this one.
+# A package may be there for several architectures: this machine's own counts, unless the name has another one behind it.
+native=$(dpkg --print-architecture)
 missing=()
 for package in "${packages[@]}"; do
-  case "$package" in
-    *:*) status_of=$package ;;
-    *) status_of=$package:$(dpkg --print-architecture) ;;
-  esac
-  status=$(dpkg-query --show --showformat='${db:Status-Status}' "$status_of" 2>/dev/null || true)
-  [ "$status" = installed ] || missing+=("$package")
+  architecture=$native
+  [[ "$package" != *:* ]] || architecture=${package#*:}
+  dpkg-query --show --showformat='${Architecture} ${db:Status-Status}\n' "$package" 2>/dev/null |
+    grep -qE "^($architecture|all) installed$" || missing+=("$package")
 done
 [ "${#missing[@]}" -gt 0 ] || exit 0
 

@@ -2,7 +2,9 @@
 // as a whole. A board's driver far away is told from ours by nothing else.
 
 #include <array>
+#include <atomic>
 #include <cmath>
+#include <thread>
 
 #include "test/plugin/transcript_fixture.h"
 #include "test/plugin/transcript_texts.h"
@@ -104,6 +106,47 @@ TEST_F(TranscriptTest, CreateTextureAgainReplacesTheRendererFirstAndUnregistersN
             InitializeTranscript(2, 6, 4, ViewerWas::kThere, With(kReleaseRenderer, Names(1, 4, 2))) +
                 ShadersTranscript(2, 6, 4) + RegisterTranscript(8, 2));
 }
+// ---- The end of a run --------------------------------------------------------------------------------------
+
+TEST_F(TranscriptTest, TheEndOfThePluginJoinsTheThreadBeforeItUnregistersTheTexture) {
+  const std::string path = WriteModel(TwoMeshes());
+  CreateTexture(4, 2);
+  Call("loadModel", Map({{"modelPath", path}}));
+  gate_.Close();
+  Call("startRendering");
+  gate_.WaitForFrame(1);
+  gate_.Open();
+  const fake_graphics::Allowance allowance(fake_graphics::CleanupDeletions());
+  DestroyPlugin();
+  const std::string transcript = fake_graphics::Transcript();
+  EXPECT_LT(transcript.find("Rendering thread STOPPED"), transcript.find("TextureRegistrarUnregister"));
+}
+
+TEST_F(TranscriptTest, AFrameThatIsDrawnWhileItsViewerIsDisposedIsNotAnnounced) {
+  const std::string path = WriteModel(TwoMeshes());
+  CreateTexture(4, 2);
+  Call("loadModel", Map({{"modelPath", path}}));
+  gate_.Close();
+  Call("startRendering");
+  gate_.WaitForFrame(1);
+  fake_graphics::ClearCalls();
+  // Holds the second frame until "dispose" has set its flag and waits for the thread.
+  std::atomic<bool> drawing{false};
+  fake_graphics::SetHook("glFinish", [&drawing] {
+    drawing = true;
+    while (CountOf(fake_graphics::Transcript(), "Stopping rendering thread...") == 0) std::this_thread::yield();
+  });
+  gate_.Open();
+  while (!drawing) std::this_thread::yield();
+  const fake_graphics::Allowance allowance(fake_graphics::CleanupDeletions());
+  EXPECT_EQ(Call("dispose"), "success true");
+  fake_graphics::SetHook("glFinish", nullptr);
+
+  std::string frame = With(With(kFrame, {{"readback", ""}, {"id", "7"}}), Names(1, 4, 2));
+  frame.resize(frame.find("TextureRegistrarMark"));
+  EXPECT_EQ(WithoutMatrices(RenderTranscript()), frame + With(kThreadStop, {{"count", "2"}}));
+}
+
 // ---- The matrix --------------------------------------------------------------------------------------------
 
 using Rows = std::array<std::array<double, 4>, 4>;
