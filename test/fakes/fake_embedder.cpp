@@ -10,6 +10,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "test/fakes/inside_a_fake.h"
+
 namespace fakes {
 
 // ---- Handles ------------------------------------------------------------------------------------
@@ -260,6 +262,7 @@ void FakeEmbedder::ClearCalls() {
 }
 
 Reply FakeEmbedder::Deliver(const std::string& channel, const Bytes& message) {
+  const InsideAFake inside;
   const auto handle = NewHandle<const FlutterDesktopMessageResponseHandle*>();
   std::shared_ptr<Reply::State> state;
   Impl::MessageCallback callback = {};
@@ -281,7 +284,10 @@ Reply FakeEmbedder::Deliver(const std::string& channel, const Bytes& message) {
   record->message = data.get();
   record->message_size = message.size();
   record->response_handle = handle;
-  callback.callback(impl_->messenger, record.get(), callback.user_data);
+  {
+    const OutsideTheFakes outside;
+    callback.callback(impl_->messenger, record.get(), callback.user_data);
+  }
   return Reply(state);
 }
 
@@ -384,6 +390,7 @@ void FakeEmbedder::SetMarkHook(std::function<void(int64_t id)> hook) {
 
 namespace {
 
+using fakes::InsideAFake;
 using fakes::Living;
 using Impl = fakes::FakeEmbedder::Impl;
 
@@ -436,6 +443,7 @@ extern "C" {
 
 FlutterDesktopMessengerRef FlutterDesktopPluginRegistrarGetMessenger(
     FlutterDesktopPluginRegistrarRef registrar) {
+  const InsideAFake inside;
   const char* const function = "PluginRegistrarGetMessenger";
   const auto embedder = OwnerOf(registrar, &Impl::registrar, function);
   if (!embedder) return nullptr;
@@ -445,6 +453,7 @@ FlutterDesktopMessengerRef FlutterDesktopPluginRegistrarGetMessenger(
 
 FlutterDesktopTextureRegistrarRef FlutterDesktopRegistrarGetTextureRegistrar(
     FlutterDesktopPluginRegistrarRef registrar) {
+  const InsideAFake inside;
   const char* const function = "RegistrarGetTextureRegistrar";
   const auto embedder = OwnerOf(registrar, &Impl::registrar, function);
   if (!embedder) return nullptr;
@@ -454,6 +463,7 @@ FlutterDesktopTextureRegistrarRef FlutterDesktopRegistrarGetTextureRegistrar(
 
 void FlutterDesktopPluginRegistrarSetDestructionHandler(FlutterDesktopPluginRegistrarRef registrar,
                                                         FlutterDesktopOnPluginRegistrarDestroyed callback) {
+  const InsideAFake inside;
   const char* const function = "PluginRegistrarSetDestructionHandler";
   const auto embedder = OwnerOf(registrar, &Impl::registrar, function);
   if (!embedder) return;
@@ -465,6 +475,7 @@ void FlutterDesktopPluginRegistrarSetDestructionHandler(FlutterDesktopPluginRegi
 
 bool FlutterDesktopMessengerSend(FlutterDesktopMessengerRef messenger, const char* channel,
                                  const uint8_t* message, size_t message_size) {
+  const InsideAFake inside;
   const char* const function = "MessengerSend";
   const auto embedder = OwnerOf(messenger, &Impl::messenger, function);
   return embedder && embedder->Send(function, channel, message, message_size, false, nullptr, nullptr);
@@ -473,6 +484,7 @@ bool FlutterDesktopMessengerSend(FlutterDesktopMessengerRef messenger, const cha
 bool FlutterDesktopMessengerSendWithReply(FlutterDesktopMessengerRef messenger, const char* channel,
                                           const uint8_t* message, size_t message_size,
                                           FlutterDesktopBinaryReply reply, void* user_data) {
+  const InsideAFake inside;
   const char* const function = "MessengerSendWithReply";
   const auto embedder = OwnerOf(messenger, &Impl::messenger, function);
   return embedder && embedder->Send(function, channel, message, message_size, true, reply, user_data);
@@ -481,6 +493,7 @@ bool FlutterDesktopMessengerSendWithReply(FlutterDesktopMessengerRef messenger, 
 void FlutterDesktopMessengerSendResponse(FlutterDesktopMessengerRef messenger,
                                          const FlutterDesktopMessageResponseHandle* handle,
                                          const uint8_t* data, size_t data_length) {
+  const InsideAFake inside;
   const char* const function = "MessengerSendResponse";
   const auto embedder = OwnerOf(messenger, &Impl::messenger, function);
   if (!embedder) return;
@@ -507,6 +520,7 @@ void FlutterDesktopMessengerSendResponse(FlutterDesktopMessengerRef messenger,
 
 void FlutterDesktopMessengerSetCallback(FlutterDesktopMessengerRef messenger, const char* channel,
                                         FlutterDesktopMessageCallback callback, void* user_data) {
+  const InsideAFake inside;
   const char* const function = "MessengerSetCallback";
   const auto embedder = OwnerOf(messenger, &Impl::messenger, function);
   if (!embedder) return;
@@ -523,6 +537,7 @@ void FlutterDesktopMessengerSetCallback(FlutterDesktopMessengerRef messenger, co
 
 int64_t FlutterDesktopTextureRegistrarRegisterExternalTexture(
     FlutterDesktopTextureRegistrarRef texture_registrar, const FlutterDesktopTextureInfo* info) {
+  const InsideAFake inside;
   const char* const function = "TextureRegistrarRegisterExternalTexture";
   const auto embedder = OwnerOf(texture_registrar, &Impl::texture_registrar, function);
   if (!embedder) return -1;
@@ -548,6 +563,7 @@ int64_t FlutterDesktopTextureRegistrarRegisterExternalTexture(
 
 bool FlutterDesktopTextureRegistrarMarkExternalTextureFrameAvailable(
     FlutterDesktopTextureRegistrarRef texture_registrar, int64_t texture_id) {
+  const InsideAFake inside;
   const char* const function = "TextureRegistrarMarkExternalTextureFrameAvailable";
   const auto embedder = OwnerOf(texture_registrar, &Impl::texture_registrar, function);
   if (!embedder) return false;
@@ -568,6 +584,7 @@ bool FlutterDesktopTextureRegistrarMarkExternalTextureFrameAvailable(
 void FlutterDesktopTextureRegistrarUnregisterExternalTexture(
     FlutterDesktopTextureRegistrarRef texture_registrar, int64_t texture_id,
     void (*callback)(void* user_data), void* user_data) {
+  const InsideAFake inside;
   const char* const function = "TextureRegistrarUnregisterExternalTexture";
   const auto embedder = OwnerOf(texture_registrar, &Impl::texture_registrar, function);
   if (!embedder) return;

@@ -22,6 +22,7 @@
 #include <GLES2/gl2.h>
 
 #include "fake_graphics.h"
+#include "test/fakes/inside_a_fake.h"
 #include "text.h"
 
 /// A function of one of the libraries.
@@ -229,6 +230,7 @@ class CallRecord {
   }
 
  private:
+  const fakes::InsideAFake inside_;
   const char* const function_;
   Machine& machine_;
   std::unique_lock<std::mutex> lock_;

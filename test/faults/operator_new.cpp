@@ -1,0 +1,70 @@
+#include "test/faults/operator_new.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+
+#include "test/fakes/inside_a_fake.h"
+
+namespace {
+
+thread_local long t_count = 0;
+thread_local int t_before_fault = 0;  // how many allocations it is to the one that fails; 0: none does
+thread_local operator_new::Fault::Extent t_extent = operator_new::Fault::kOnce;
+thread_local bool t_happened = false;
+
+bool FailsNow() {
+  if (fakes::IsInsideAFake()) return false;
+  ++t_count;
+  if (t_before_fault == 0) return false;
+  if (t_before_fault > 1) {
+    --t_before_fault;
+    return false;
+  }
+  if (t_extent == operator_new::Fault::kOnce) t_before_fault = 0;
+  t_happened = true;
+  return true;
+}
+
+void* Allocate(size_t size) noexcept {
+  // The sanitizers' malloc would end the program for a size that the C library's just refuses.
+  if (FailsNow() || size > PTRDIFF_MAX) return nullptr;
+  return std::malloc(size == 0 ? 1 : size);
+}
+
+void* AllocateOrThrow(size_t size) {
+  void* const block = Allocate(size);
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+
+}  // namespace
+
+namespace operator_new {
+
+long CountOnThisThread() { return t_count; }
+
+Fault::Fault(int nth, Extent extent) {
+  t_before_fault = nth;
+  t_extent = extent;
+  t_happened = false;
+}
+Fault::~Fault() { t_before_fault = 0; }
+bool Fault::happened() const { return t_happened; }
+
+}  // namespace operator_new
+
+#pragma GCC visibility push(default)
+
+void* operator new(size_t size) { return AllocateOrThrow(size); }
+void* operator new[](size_t size) { return AllocateOrThrow(size); }
+void* operator new(size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void* operator new[](size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete[](void* block) noexcept { std::free(block); }
+void operator delete(void* block, size_t) noexcept { std::free(block); }
+void operator delete[](void* block, size_t) noexcept { std::free(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { std::free(block); }
+
+#pragma GCC visibility pop

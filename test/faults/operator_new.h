@@ -1,0 +1,30 @@
+#ifndef TEST_FAULTS_OPERATOR_NEW_H_
+#define TEST_FAULTS_OPERATOR_NEW_H_
+
+/// The test program's own operator new, on top of malloc: it throws std::bad_alloc for a size that no machine has, where
+/// AddressSanitizer's would end the program; and it can be told to.
+///
+/// AddressSanitizer still sees every block, its bounds, its life and its loss. What it loses is whether a block of
+/// new[] is released with delete[], which the other test programs look at.
+namespace operator_new {
+
+/// How many blocks the calling thread has asked for so far, not counting those of the fakes.
+long CountOnThisThread();
+
+/// While it lives, allocations of the thread that made it fail: the `nth` one from now, 1 being the next, and with
+/// kFromThenOn all after it. What the fakes allocate is not counted and does not fail.
+class Fault {
+ public:
+  enum Extent { kOnce, kFromThenOn };
+  Fault(int nth, Extent extent);
+  ~Fault();
+  Fault(const Fault&) = delete;
+  Fault& operator=(const Fault&) = delete;
+
+  /// Whether an allocation has failed: once there are fewer than `nth`, none does.
+  bool happened() const;
+};
+
+}  // namespace operator_new
+
+#endif  // TEST_FAULTS_OPERATOR_NEW_H_
