@@ -59,7 +59,8 @@ namespace internal {
 ReplyManager::ReplyManager(BinaryReply reply) : reply_(std::move(reply)) {}
 
 ReplyManager::~ReplyManager() {
-  if (reply_) WriteErrorLine("Warning: Failed to respond to a message. This is a memory leak.");
+  // It may be for want of memory that there was no answer: the line must not need any.
+  if (reply_) WriteFinishedErrorLine("Warning: Failed to respond to a message. This is a memory leak.\n");
 }
 
 void ReplyManager::SendResponseData(const std::vector<uint8_t>* data) {

@@ -3,14 +3,21 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 namespace flutter::internal {
 
-/// Writes one line to standard error, whole, so that lines of other threads stay out of it.
+/// Writes a line, which ends with its newline, to standard error: whole, so that lines of other threads stay out of it,
+/// and without allocating anything.
+inline void WriteFinishedErrorLine(std::string_view line) noexcept {
+  std::fwrite(line.data(), 1, line.size(), stderr);
+  std::fflush(stderr);
+}
+
+/// The same for a line without its newline.
 inline void WriteErrorLine(std::string text) {
   text += '\n';
-  std::fwrite(text.data(), 1, text.size(), stderr);
-  std::fflush(stderr);
+  WriteFinishedErrorLine(text);
 }
 
 }  // namespace flutter::internal

@@ -9,6 +9,7 @@
 namespace {
 
 thread_local long t_count = 0;
+thread_local long t_balance = 0;
 thread_local int t_before_fault = 0;  // how many allocations it is to the one that fails; 0: none does
 thread_local operator_new::Fault::Extent t_extent = operator_new::Fault::kOnce;
 thread_local bool t_happened = false;
@@ -29,7 +30,14 @@ bool FailsNow() {
 void* Allocate(size_t size) noexcept {
   // The sanitizers' malloc would end the program for a size that the C library's just refuses.
   if (FailsNow() || size > PTRDIFF_MAX) return nullptr;
-  return std::malloc(size == 0 ? 1 : size);
+  void* const block = std::malloc(size == 0 ? 1 : size);
+  if (block != nullptr) ++t_balance;
+  return block;
+}
+
+void Release(void* block) noexcept {
+  if (block != nullptr) --t_balance;
+  std::free(block);
 }
 
 void* AllocateOrThrow(size_t size) {
@@ -43,6 +51,7 @@ void* AllocateOrThrow(size_t size) {
 namespace operator_new {
 
 long CountOnThisThread() { return t_count; }
+long BalanceOnThisThread() { return t_balance; }
 
 Fault::Fault(int nth, Extent extent) {
   t_before_fault = nth;
@@ -60,11 +69,11 @@ void* operator new(size_t size) { return AllocateOrThrow(size); }
 void* operator new[](size_t size) { return AllocateOrThrow(size); }
 void* operator new(size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
 void* operator new[](size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
-void operator delete(void* block, size_t) noexcept { std::free(block); }
-void operator delete[](void* block, size_t) noexcept { std::free(block); }
-void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
-void operator delete[](void* block, const std::nothrow_t&) noexcept { std::free(block); }
+void operator delete(void* block) noexcept { Release(block); }
+void operator delete[](void* block) noexcept { Release(block); }
+void operator delete(void* block, size_t) noexcept { Release(block); }
+void operator delete[](void* block, size_t) noexcept { Release(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { Release(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { Release(block); }
 
 #pragma GCC visibility pop

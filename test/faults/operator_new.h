@@ -11,6 +11,9 @@ namespace operator_new {
 /// How many blocks the calling thread has asked for so far, not counting those of the fakes.
 long CountOnThisThread();
 
+/// How many blocks the calling thread has got so far, less those it has released, the fakes' included.
+long BalanceOnThisThread();
+
 /// While it lives, allocations of the thread that made it fail: the `nth` one from now, 1 being the next, and with
 /// kFromThenOn all after it. What the fakes allocate is not counted and does not fail.
 class Fault {

@@ -6,7 +6,7 @@
 #include <new>
 #include <vector>
 
-#include "test/faults/thread_sanitizer.h"
+#include "test/faults/sanitizers.h"
 
 RasterThread::RasterThread(const fakes::FakeEmbedder& embedder)
     : embedder_(embedder), thread_([this] { Run(); }) {}
