@@ -1,6 +1,7 @@
 #include "orbisk/orbisk_plugin.h"
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <memory>
@@ -28,8 +29,9 @@ using MethodResult = flutter::MethodResult<EncodableValue>;
 // The one viewer state; empty until the first "createTexture". Written on the platform thread alone.
 std::unique_ptr<OrbiskState> g_viewer_state;
 
-// The registrar of the last registration; the manager owns it. Set before there is a render thread to read it.
-flutter::PluginRegistrar* g_registrar = nullptr;
+// The registrar of the last registration; the manager owns it. Atomic: the render thread reads it, and the embedder may
+// register the plug-in once more while that runs.
+std::atomic<flutter::PluginRegistrar*> g_registrar{nullptr};
 
 // ---- Log lines ---------------------------------------------------------------------------------------------
 
@@ -97,10 +99,11 @@ void DrawFrame(OrbiskState& state) {
 // Tells the engine that there is a new frame. Without the lock: the engine may ask for the frame at once.
 void AnnounceFrame(const OrbiskState& state, int iteration) {
   const int64_t texture_id = state.texture_id;
-  if (!state.disposed && g_registrar != nullptr && texture_id >= 0) {
-    g_registrar->texture_registrar()->MarkTextureFrameAvailable(texture_id);
+  flutter::PluginRegistrar* const registrar = g_registrar;
+  if (!state.disposed && registrar != nullptr && texture_id >= 0) {
+    registrar->texture_registrar()->MarkTextureFrameAvailable(texture_id);
   } else if (iteration <= kLastIterationToWarn) {
-    Log("WARNING: Cannot mark texture - registrar=", g_registrar != nullptr ? "OK" : "NULL",
+    Log("WARNING: Cannot mark texture - registrar=", registrar != nullptr ? "OK" : "NULL",
         " texture_id=", texture_id);
   }
 }
@@ -171,7 +174,7 @@ void StopRenderThread(OrbiskState& state) {
 }
 
 void UnregisterTexture(const OrbiskState& state) {
-  g_registrar->texture_registrar()->UnregisterTexture(state.texture_id);
+  g_registrar.load()->texture_registrar()->UnregisterTexture(state.texture_id);
 }
 
 bool HasRegisteredTexture(const OrbiskState& state) { return g_registrar != nullptr && state.texture_id >= 0; }
@@ -394,7 +397,7 @@ void OrbiskPlugin::CreateTexture(const MethodCall& call, std::unique_ptr<MethodR
         flutter::PixelBufferTexture([state](size_t, size_t) { return CopyPixelBuffer(state); }));
   }
   Log("Registering texture with Flutter...");
-  state->texture_id = g_registrar->texture_registrar()->RegisterTexture(state->texture.get());
+  state->texture_id = g_registrar.load()->texture_registrar()->RegisterTexture(state->texture.get());
   LogBanner("Texture created with ID: ", state->texture_id);
   result->Success(EncodableValue(int64_t{state->texture_id}));
 }
