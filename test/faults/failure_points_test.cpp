@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <functional>
 #include <iostream>
 #include <exception>
@@ -19,6 +20,7 @@
 
 #include "fake_graphics.h"
 #include "test/faults/operator_new.h"
+#include "test/faults/watchdog.h"
 #include "test/model/glb_builder.h"
 #include "test/model/read_fault.h"
 #include "test/plugin/source_fixture.h"
@@ -173,8 +175,11 @@ TEST_P(AllocationFailureTest, TheExceptionLeavesOrALogLineIsCutAndTheNextCommand
   const fakes::Bytes message = Rig::Encode(it.command, it.arguments(folder.path()));
   bool a_result_existed = false;
   size_t points = 0;
+  Watchdog watchdog(std::chrono::minutes(1));
+  watchdog.BeginStory(it.name);
   for (int nth = 1;; ++nth) {
     SCOPED_TRACE("allocation " + std::to_string(nth));
+    watchdog.Step("allocation " + std::to_string(nth) + " fails");
     Rig rig;
     it.prepare(rig);
     rig.TakeErrors();
@@ -205,6 +210,7 @@ TEST_P(AllocationFailureTest, TheExceptionLeavesOrALogLineIsCutAndTheNextCommand
     EXPECT_EQ(warned, !rig.answered() && a_result_existed);
 
     rig.ExpectTheLockToBeFree();
+    if (HasFailure()) break;  // whatever follows would wait for the lock
     // What a failed command may have left half done, its own like completes; "loadModel" empties the model first.
     if (rig.State() == nullptr || rig.State()->disposed || rig.State()->renderer == nullptr) rig.CreateViewer();
     if (rig.State()->model.meshes.empty()) rig.SetSmallModel();
