@@ -8,8 +8,6 @@
 #endif
 #include <EGL/egl.h>
 
-#include "test/faults/sanitizers.h"
-
 // The render thread ends with its context current, and Mesa keeps such a context, megabytes of it, to the end of the
 // process: a user does not notice one, a test that plays thousands of sequences runs the machine out of memory. So the
 // program's own eglMakeCurrent stands in front of the library's and has each thread that uses it let go at its end.
@@ -27,8 +25,8 @@ extern "C" __attribute__((visibility("default"))) EGLBoolean EGLAPIENTRY eglMake
 
 namespace graphics {
 
-// A renderer takes a driver milliseconds to make, and many more under AddressSanitizer.
-int DefaultSequenceCount() { return kAddressSanitizer ? 1'200 : 4'000; }
+// Fewer than on the fakes: a renderer takes a driver milliseconds to make.
+int DefaultSequenceCount() { return 400; }
 int SequencesPerPlainRun() { return 10; }
 
 // HACK: glTexImage2D of Mesa 22.3 writes past an array on its own stack from some side between 2^24 and 2^26 on, and

@@ -4,7 +4,7 @@
 //
 // The sequences are the same on every run. To play others, or one again:
 //   ORBISK_SEQUENCE_SEED=<first seed> ORBISK_SEQUENCE_COUNT=<how many> ./random_sequences_..._test
-// On the fakes there are 10,000; on a driver, which is slower, as many as a test may take time for.
+// A test run plays as many as it has time for; scripts/sequences.sh plays ten thousand under the sanitizers.
 // Sequence number n of a run has the seed <first seed> + n; a failure tells it.
 
 #include <algorithm>
