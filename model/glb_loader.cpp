@@ -1,8 +1,9 @@
 #include "model/glb_loader.h"
 
+#include <fcntl.h>
 #include <locale.h>
 #include <stdlib.h>
-#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -10,6 +11,7 @@
 #include <cstddef>
 #include <cstring>
 #include <fstream>
+#include <limits>
 #include <locale>
 #include <sstream>
 #include <stdexcept>
@@ -147,8 +149,10 @@ float parse_float(const std::string& run) {
   errno = 0;
   char* end = nullptr;
   const float value = strtof_l(run.c_str(), &end, c_locale);
-  const bool out_of_range = errno == ERANGE;
-  if (errno == 0) errno = errno_before;
+  // A number that rounds up to the smallest normal one underflows on AArch64, where it is looked at before rounding,
+  // and not on x86-64: everywhere it is in range.
+  const bool out_of_range = errno == ERANGE && std::abs(value) != std::numeric_limits<float>::min();
+  if (!out_of_range) errno = errno_before;
   if (end == run.c_str()) throw std::invalid_argument("stof");
   if (out_of_range) throw std::out_of_range("stof");
   return value;
@@ -437,9 +441,12 @@ constexpr uint32_t kMagic = 0x46546C67;      // "glTF"
 constexpr uint32_t kJsonChunk = 0x4E4F534A;  // "JSON"
 constexpr uint32_t kBinChunk = 0x004E4942;   // "BIN\0"
 
+// By opening it: stat is a symbol that the C libraries of many boards do not have yet (glibc 2.33).
 bool is_directory(const std::string& path) {
-  struct stat status = {};
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+  const int directory = open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  if (directory < 0) return false;
+  close(directory);
+  return true;
 }
 
 bool read_file(const std::string& path, std::vector<uint8_t>& bytes) {
@@ -499,7 +506,7 @@ size_t count_meshes(std::string_view json) {
 
 // "Mesh 0: vertices=24 indices=36 color=(0.800000,0.800000,0.800000)\n"
 std::string describe_mesh(size_t index, const MeshData& mesh) {
-  std::ostringstream line;
+  std::ostringstream line(std::ios_base::out);  // the constructor without a mode is newer than many boards' libstdc++
   line.imbue(std::locale::classic());
   line.setf(std::ios::fixed);
   line.precision(6);

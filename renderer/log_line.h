@@ -14,7 +14,7 @@
 /// Thread   any.
 template <typename... Parts>
 void WriteLogLine(std::FILE* stream, const Parts&... parts) {
-  std::ostringstream line;
+  std::ostringstream line(std::ios_base::out);  // the constructor without a mode is newer than many boards' libstdc++
   line.imbue(std::locale::classic());
   (line << ... << parts);
   const std::string text = line.str() + '\n';

@@ -438,10 +438,10 @@ TEST(StandardCodecTest, NullSerializerMeansTheStandardOne) {
             &StandardMessageCodec::GetInstance(&StandardCodecSerializer::GetInstance()));
 }
 
+// A death test, because those come first: the program's first codec must be the one that is made here.
 const StandardMessageCodec* g_codec_at_exit = nullptr;
 
 TEST(StandardCodecDeathTest, CodecServesToTheVeryEndOfTheProgram) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");  // in the program run anew: this test makes its first codec there
   const auto encode_at_exit = [] {
     std::atexit([] { _exit(*g_codec_at_exit->EncodeMessage(EncodableValue("ab")) == Bytes{7, 2, 'a', 'b'} ? 0 : 1); });
     // After the handler, so that what is destroyed with the program's static objects is gone when it runs.

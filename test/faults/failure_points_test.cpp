@@ -295,7 +295,6 @@ TEST(RenderThreadAllocationTest, AFrameAllocatesNothingButTheTemporaryOfItsReadb
 
 // Nobody could catch it: the thread's body is the plug-in's, and a viewer that silently stops is no better.
 TEST(RenderThreadAllocationDeathTest, AReadbackThatFindsNoMemoryEndsTheProgram) {
-  ::testing::FLAGS_gtest_death_test_style = "threadsafe";
   constexpr int kTerminated = 42;
   EXPECT_EXIT(
       {

@@ -1,14 +1,16 @@
 // The library as it is shipped: what it exports and needs, and a run through the C interface alone.
 
-#include <dlfcn.h>
-
+#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <map>
 #include <set>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <variant>
 
+#include "test/plugin/built_library.h"
 #include "test/plugin/plugin_fixture.h"
 
 using ::testing::ElementsAre;
@@ -64,12 +66,43 @@ TEST(BuiltLibraryTest, CarriesNoRunPath) {
   EXPECT_THAT(DynamicEntries("RUNPATH"), ElementsAre());
 }
 
-// Loaded once: a later test finds the library's globals as the earlier one's end has left them, empty.
-decltype(&OrbiskPluginRegisterWithRegistrar) LoadedRegistration() {
-  static void* const library = dlopen(ORBISK_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr) throw std::runtime_error(dlerror());
-  return reinterpret_cast<decltype(&OrbiskPluginRegisterWithRegistrar)>(
-      dlsym(library, "OrbiskPluginRegisterWithRegistrar"));
+TEST(BuiltLibraryTest, IsForTheMachineItIsBuiltFor) {
+  std::string machine;
+  for (const std::string& line : LinesOf("readelf --file-header --wide " ORBISK_PLUGIN_FILE)) {
+    if (line.find("Machine:") != std::string::npos) machine = line.substr(line.find_last_of(' ') + 1);
+  }
+  EXPECT_EQ(machine, std::string_view(ORBISK_PROCESSOR) == "aarch64" ? "AArch64" : "X86-64");
+}
+
+// The highest version of each library's symbols that the file asks for: "GLIBC" -> {2, 17}.
+std::map<std::string, std::vector<int>> HighestSymbolVersions() {
+  std::map<std::string, std::vector<int>> highest;
+  for (const std::string& line : LinesOf("readelf --version-info --wide " ORBISK_PLUGIN_FILE)) {
+    const size_t name = line.find("Name: ");
+    if (name == std::string::npos) continue;
+    std::istringstream stream(line.substr(name + 6));  // "GLIBC_2.17  Flags: ..."
+    std::string library;
+    std::getline(stream, library, '_');
+    std::vector<int> version;
+    for (int number = 0; stream >> number; stream.get()) version.push_back(number);
+    std::vector<int>& so_far = highest[library];
+    so_far = std::max(so_far, version);
+  }
+  return highest;
+}
+
+// What a board must have at least: the package and docs/building.md state these numbers. See plugin/older_systems.cpp
+// for how to keep them low.
+TEST(BuiltLibraryTest, AsksForNoSymbolThatOldBoardsLack) {
+#ifndef NDEBUG
+  GTEST_SKIP() << "not the build that ships";
+#endif
+  using Version = std::vector<int>;
+  const auto highest = HighestSymbolVersions();
+  ASSERT_EQ(highest.count("GLIBC"), 1u);
+  EXPECT_LE(highest.at("GLIBC"), (Version{2, 17}));
+  EXPECT_EQ(highest.at("GLIBCXX"), (Version{3, 4, 22}));
+  EXPECT_EQ(highest.at("CXXABI"), (Version{1, 3, 9}));
 }
 
 class LoadedLibraryTest : public CommandTest {

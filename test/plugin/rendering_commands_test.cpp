@@ -131,8 +131,9 @@ TEST_F(RenderingCommandsTest, AThreadStartedWhileDisposedEndsAtOnceWithACountOfZ
   EXPECT_EQ(Call("startRendering"), "success true");
   EXPECT_EQ(Call("stopRendering"), "success true");
   const std::string log = out_.Take();
-  EXPECT_THAT(log, HasSubstr(OrbiskLines({"Rendering thread STARTED", kBar})));
-  EXPECT_THAT(log, HasSubstr(OrbiskLines({kBar, "Rendering thread STOPPED (rendered 0 frames)", kBar})));
+  // Line by line: the platform thread writes at the same time.
+  EXPECT_THAT(log, HasSubstr(OrbiskLines({"Rendering thread STARTED"})));
+  EXPECT_THAT(log, HasSubstr(OrbiskLines({"Rendering thread STOPPED (rendered 0 frames)"})));
 }
 
 }  // namespace

@@ -1,27 +1,18 @@
 #ifndef TEST_PLUGIN_TRANSCRIPT_FIXTURE_H_
 #define TEST_PLUGIN_TRANSCRIPT_FIXTURE_H_
 
-#include <dlfcn.h>
-
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
-#include <stdexcept>
 #include <string>
 #include <thread>
 
 #include "fake_graphics.h"
 #include "test/model/glb_builder.h"
+#include "test/plugin/built_library.h"
 #include "test/plugin/line_recorder.h"
 #include "test/plugin/plugin_fixture.h"
 #include "test/plugin/sleep_recorder.h"
-
-inline decltype(&OrbiskPluginRegisterWithRegistrar) LoadedRegistration() {
-  static void* const library = dlopen(ORBISK_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr) throw std::runtime_error(dlerror());
-  return reinterpret_cast<decltype(&OrbiskPluginRegisterWithRegistrar)>(
-      dlsym(library, "OrbiskPluginRegisterWithRegistrar"));
-}
 
 // Stops the render thread behind each frame that it announces, until the test lets it on.
 class FrameGate {
