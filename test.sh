@@ -1,13 +1,23 @@
 #!/usr/bin/env bash
-# Builds and runs all tests, as shipped and then under the sanitizers (under ThreadSanitizer those in which threads
-# meet); installs what is missing first. Further arguments go to ctest, for example `./test.sh -R StandardCodec`.
+# Builds and runs all tests: as shipped; under the sanitizers (under ThreadSanitizer those in which threads meet, and
+# here alone, as it cannot run under emulation); as AArch64 programs, emulated where this machine is none. Then fuzzes for
+# a minute each. Installs what is missing first. Further arguments go to ctest, for example `./test.sh -R StandardCodec`.
 set -euo pipefail
 cd "$(dirname "$0")"
 
-scripts/install_packages.sh build test
-for preset in release asan tsan; do
+presets=(release asan tsan)
+groups=(build test fuzz)
+# On AArch64 itself `release` is that already.
+if [ "$(uname -m)" != aarch64 ]; then
+  presets+=(aarch64)
+  groups+=(aarch64)
+fi
+
+scripts/install_packages.sh "${groups[@]}"
+for preset in "${presets[@]}"; do
   echo "== $preset =="
   scripts/build.sh "$preset"
   ctest --preset "$preset" --parallel "$(nproc)" "$@"
 done
-scripts/install_packages.sh fuzz; scripts/fuzz.sh 60
+echo "== fuzz =="
+scripts/fuzz.sh 60

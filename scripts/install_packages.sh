@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, running and testing Orbisk needs and that are missing, and says which.
 #
-# usage: scripts/install_packages.sh [build|test|coverage|fuzz]...
+# usage: scripts/install_packages.sh [build|test|aarch64|coverage|fuzz]...
 #   build     the plug-in and the development host, and what the host needs to draw without a GPU
 #   test      what the tests need on top
+#   aarch64   what building for AArch64, and running that here, needs on top of both
 #   coverage  what scripts/coverage.sh needs on top of both
 #   fuzz      what scripts/fuzz.sh needs on top of both
 set -euo pipefail
@@ -16,10 +17,18 @@ build_packages=(
   fontconfig fonts-dejavu-core                                  # the writing under the host's pictures
 )
 test_packages=(
-  libgtest-dev libgmock-dev
+  libgtest-dev libgmock-dev libpng-dev
   python3                                                       # the assets' script is checked
   binutils                                                      # the library's symbol table is read
   xvfb xauth                                                    # window modes
+)
+aarch64_packages=(
+  g++-aarch64-linux-gnu qemu-user-static
+  # As above, for the target.
+  {libegl-dev,libgles-dev,libgbm-dev,libx11-dev}:arm64
+  {libsdl2-dev,libcairo2-dev,libwebp-dev}:arm64
+  {libegl1,libgles2,libegl-mesa0,libgl1-mesa-dri}:arm64
+  {libgtest-dev,libgmock-dev,libpng-dev}:arm64
 )
 coverage_packages=(
   gcovr python3
@@ -33,9 +42,10 @@ for group in "${@:-build}"; do
   case "$group" in
     build) packages+=("${build_packages[@]}") ;;
     test) packages+=("${test_packages[@]}") ;;
+    aarch64) packages+=("${aarch64_packages[@]}") ;;
     coverage) packages+=("${coverage_packages[@]}") ;;
     fuzz) packages+=("${fuzz_packages[@]}") ;;
-    *) echo "install_packages.sh: no such group: $group (build, test, coverage, fuzz)" >&2; exit 2 ;;
+    *) echo "install_packages.sh: no such group: $group (build, test, aarch64, coverage, fuzz)" >&2; exit 2 ;;
   esac
 done
 
@@ -55,6 +65,9 @@ as_root=()
 if [ "$(id -u)" -ne 0 ]; then
   command -v sudo >/dev/null || { echo "install_packages.sh: run me as root, or install sudo" >&2; exit 1; }
   as_root=(sudo)
+fi
+if [[ "${missing[*]}" == *:arm64* ]] && ! dpkg --print-foreign-architectures | grep -qx arm64; then
+  "${as_root[@]}" dpkg --add-architecture arm64
 fi
 "${as_root[@]}" apt-get update -qq
 "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
