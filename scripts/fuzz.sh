@@ -32,7 +32,8 @@ fuzz() {
   mkdir -p "$build/corpus/$target" "$build/finds/$target"
   [ ! -d "fuzz/finds/$target" ] || folders+=("fuzz/finds/$target")
   "$build/fuzz/$target" -max_total_time="$seconds" -max_len="${ORBISK_FUZZ_LENGTH:-2048}" -timeout=20 \
-    -rss_limit_mb=2048 -malloc_limit_mb=64 -dict="fuzz/dictionaries/$target.dict" -artifact_prefix="$build/finds/$target/" -print_final_stats=1 \
+    -rss_limit_mb=2048 -malloc_limit_mb=64 \
+    -dict="fuzz/dictionaries/$target.dict" -artifact_prefix="$build/finds/$target/" -print_final_stats=1 \
     "${folders[@]}" >"$build/$target.log" 2>&1
 }
 

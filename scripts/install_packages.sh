@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, running and testing Orbisk needs and that are missing, and says which.
 #
-# usage: scripts/install_packages.sh [build|test|aarch64|coverage|fuzz]...
+# usage: scripts/install_packages.sh [build|test|aarch64|bench|coverage|fuzz]...
 #   build     the plug-in and the development host, and what the host needs to draw without a GPU
 #   test      what the tests need on top
 #   aarch64   what building for AArch64, and running that here, needs on top of both
+#   bench     what ./bench.sh needs on top of build
 #   coverage  what scripts/coverage.sh needs on top of both
 #   fuzz      what scripts/fuzz.sh needs on top of both
 set -euo pipefail
@@ -30,6 +31,11 @@ aarch64_packages=(
   {libegl1,libgles2,libegl-mesa0,libgl1-mesa-dri}:arm64
   {libgtest-dev,libgmock-dev,libpng-dev}:arm64
 )
+bench_packages=(
+  libbenchmark-dev python3
+  libtinygltf-dev libassimp-dev f3d                             # what we compare with
+  xvfb xauth                                                    # f3d's display
+)
 coverage_packages=(
   gcovr python3
 )
@@ -43,9 +49,10 @@ for group in "${@:-build}"; do
     build) packages+=("${build_packages[@]}") ;;
     test) packages+=("${test_packages[@]}") ;;
     aarch64) packages+=("${aarch64_packages[@]}") ;;
+    bench) packages+=("${bench_packages[@]}") ;;
     coverage) packages+=("${coverage_packages[@]}") ;;
     fuzz) packages+=("${fuzz_packages[@]}") ;;
-    *) echo "install_packages.sh: no such group: $group (build, test, aarch64, coverage, fuzz)" >&2; exit 2 ;;
+    *) echo "install_packages.sh: no such group: $group (build, test, aarch64, bench, coverage, fuzz)" >&2; exit 2 ;;
   esac
 done
 
