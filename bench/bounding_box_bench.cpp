@@ -6,7 +6,7 @@
 #include <cstring>
 #include <random>
 
-#include "plugin/scene_transform.h"
+#include "test/plugin/simple_model_fit.h"
 
 namespace {
 
@@ -21,25 +21,9 @@ GLBModel RandomModel(size_t vertices) {
   return model;
 }
 
-ModelFit SimpleFit(const GLBModel& model) {
-  std::array<float, 3> low = {1e30f, 1e30f, 1e30f};
-  std::array<float, 3> high = {-1e30f, -1e30f, -1e30f};
-  for (const MeshData& mesh : model.meshes) {
-    for (size_t i = 0; i + 2 < mesh.positions.size(); i += 3) {
-      for (size_t axis = 0; axis < 3; ++axis) {
-        const float coordinate = mesh.positions[i + axis];
-        if (coordinate < low[axis]) low[axis] = coordinate;
-        if (coordinate > high[axis]) high[axis] = coordinate;
-      }
-    }
-  }
-  const float extent = std::max({high[2] - low[2], high[1] - low[1], high[0] - low[0]});
-  return {{(low[0] + high[0]) * 0.5f, (low[1] + high[1]) * 0.5f, (low[2] + high[2]) * 0.5f}, 1.5f / extent};
-}
-
 void Fit(benchmark::State& state, ModelFit (*fit)(const GLBModel&)) {
   const GLBModel model = RandomModel(static_cast<size_t>(state.range(0)));
-  const ModelFit expected = SimpleFit(model);
+  const ModelFit expected = SimpleModelFit(model);
   const ModelFit got = fit(model);
   if (std::memcmp(&got, &expected, sizeof got) != 0) return state.SkipWithError("another box");
   for (auto _ : state) benchmark::DoNotOptimize(fit(model));
@@ -52,7 +36,7 @@ const bool g_registered = [] {
   for (const long vertices : {1'000, 50'000, 500'000}) {
     const std::string row = "bounding box/" + std::to_string(vertices) + " vertices/";
     benchmark::RegisterBenchmark((row + "orbisk").c_str(), Fit, FitModel)->Arg(vertices);
-    benchmark::RegisterBenchmark((row + "simple loop").c_str(), Fit, SimpleFit)->Arg(vertices);
+    benchmark::RegisterBenchmark((row + "simple loop").c_str(), Fit, SimpleModelFit)->Arg(vertices);
   }
   return true;
 }();

@@ -1,6 +1,6 @@
 // From the viewer's numbers to matrices.
 
-#include "plugin/scene_transform.h"
+#include "test/plugin/simple_model_fit.h"
 
 #include <gtest/gtest.h>
 
@@ -228,6 +228,27 @@ TEST(SceneTransformTest, BoundsStartAtTenToTheThirtieth) {
   const ModelFit endless = FitModel(Model({{0, 0, kInfinity}}));
   EXPECT_EQ(endless.center[2], kInfinity);
   EXPECT_EQ(endless.scale, 0.0f);
+}
+
+// Vertices are looked at many at a time, with a rest: meshes of all sizes, with coordinates of all kinds.
+TEST(SceneTransformTest, TheFitIsThatOfTheSimpleLoop) {
+  std::mt19937 engine(20240607);
+  const auto below = [&engine](size_t count) { return static_cast<size_t>(engine() % count); };
+  for (int round = 0; round < 3000; ++round) {
+    GLBModel model;
+    model.meshes.resize(1 + below(4));
+    for (MeshData& mesh : model.meshes) {
+      mesh.positions.resize(below(250));  // also with coordinates that make no whole vertex
+      for (float& coordinate : mesh.positions) {
+        coordinate = static_cast<float>(below(100'000)) / 1000 - 50;
+        if (below(20) == 0) coordinate = std::array<float, 4>{kNan, 0, 2e30f, -2e30f}[below(round % 2 == 0 ? 2 : 4)];
+      }
+    }
+    const ModelFit fit = FitModel(model);
+    const ModelFit expected = SimpleModelFit(model);
+    ASSERT_EQ(fit.center, expected.center) << "round " << round;
+    ASSERT_EQ(fit.scale, expected.scale) << "round " << round;
+  }
 }
 
 // ---- Rotations --------------------------------------------------------------------------------------------
