@@ -44,7 +44,8 @@ def median_time(runs):
 
 def counters(runs):
     names = [name for name in runs[0] if name not in STANDARD]
-    return [f"{statistics.median(run[name] for run in runs):.4g} {name}" for name in names]
+    summary = {name: max if name.startswith("worst") else statistics.median for name in names}
+    return [f"{summary[name](run[name] for run in runs):.3g} {name}" for name in names]
 
 
 def main():
@@ -54,8 +55,9 @@ def main():
         time = median_time(ours) if ours else None
         others = [f"{name} {median_time(runs) / time:.2f}" if time else f"{name} {time_text(median_time(runs))}"
                   for name, runs in contestants.items() if name != "orbisk"]
+        counted = {name: ", ".join(counters(runs)) for name, runs in contestants.items() if counters(runs)}
         lines.append((f"{what}: {case}", time_text(time) if time else "", ", ".join(others),
-                      ", ".join(counters(ours)) if ours else ""))
+                      "; ".join(f"{name} {text}" if len(counted) > 1 else text for name, text in counted.items())))
     widths = [max(len(line[column]) for line in lines) for column in range(4)]
     for line in lines:
         print("  ".join(text.ljust(width) for text, width in zip(line, widths)).rstrip())

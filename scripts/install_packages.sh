@@ -5,7 +5,7 @@
 #   build     the plug-in and the development host, and what the host needs to draw without a GPU
 #   test      what the tests need on top
 #   aarch64   what building for AArch64, and running that here, needs on top of both
-#   bench     what ./bench.sh needs on top of build
+#   bench     what ./bench.sh needs on top of both
 #   coverage  what scripts/coverage.sh needs on top of both
 #   fuzz      what scripts/fuzz.sh needs on top of both
 set -euo pipefail
