@@ -60,27 +60,17 @@ class RawFrame {
     normal_ = static_cast<GLuint>(glGetAttribLocation(program_, "a_normal"));
   }
 
-  void Draw() {
-    glUseProgram(program_);
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    glEnableVertexAttribArray(position_);
-    glEnableVertexAttribArray(normal_);
-    glVertexAttribPointer(position_, 3, GL_FLOAT, GL_FALSE, 0, mesh_.positions.data());
-    glVertexAttribPointer(normal_, 3, GL_FLOAT, GL_FALSE, 0, mesh_.normals.data());
-    glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(mesh_.indices.size()), GL_UNSIGNED_INT, mesh_.indices.data());
-    glFinish();
-    glReadPixels(0, 0, width_, height_, GL_RGBA, GL_UNSIGNED_BYTE, pixels_.data());
-  }
+  void Draw() { DrawInto(pixels_); }
 
   // The same with what a frame has to do besides.
   void DrawWithDuties(const GLBModel& model, uint8_t* picture) {
     benchmark::DoNotOptimize(FitModel(model));
-    Draw();
-    std::vector<unsigned char> temporary(pixels_.size());
-    benchmark::DoNotOptimize(temporary.data());
+    std::vector<uint8_t> temporary(pixels_.size());
+    DrawInto(temporary);
     const size_t row_bytes = static_cast<size_t>(width_) * 4;
-    for (size_t row = 0; row < static_cast<size_t>(height_); ++row) {
-      std::memcpy(picture + row * row_bytes, temporary.data() + row * row_bytes, row_bytes);
+    const auto rows = static_cast<size_t>(height_);
+    for (size_t row = 0; row < rows; ++row) {
+      std::memcpy(picture + row * row_bytes, temporary.data() + (rows - 1 - row) * row_bytes, row_bytes);
     }
     benchmark::ClobberMemory();
   }
@@ -89,6 +79,18 @@ class RawFrame {
   const std::vector<uint8_t>& pixels() const { return pixels_; }
 
  private:
+  void DrawInto(std::vector<uint8_t>& bottom_up) {
+    glUseProgram(program_);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    glEnableVertexAttribArray(position_);
+    glEnableVertexAttribArray(normal_);
+    glVertexAttribPointer(position_, 3, GL_FLOAT, GL_FALSE, 0, mesh_.positions.data());
+    glVertexAttribPointer(normal_, 3, GL_FLOAT, GL_FALSE, 0, mesh_.normals.data());
+    glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(mesh_.indices.size()), GL_UNSIGNED_INT, mesh_.indices.data());
+    glFinish();
+    glReadPixels(0, 0, width_, height_, GL_RGBA, GL_UNSIGNED_BYTE, bottom_up.data());
+  }
+
   const MeshData& mesh_;
   const int width_, height_;
   std::vector<uint8_t> pixels_;
