@@ -17,6 +17,8 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "model/text_search.h"
+
 namespace {
 
 void append(std::string* log, std::string_view message) {
@@ -41,7 +43,7 @@ size_t find_key(std::string_view text, std::string_view key, size_t start) {
   std::string pattern;
   pattern.reserve(key.size() + 2);
   pattern.append(1, '"').append(key).append(1, '"');
-  return text.find(pattern, start);
+  return text_search::find_quoted(text, pattern, start);
 }
 
 // The position of the first `wanted` at or after the colon that follows the key.
@@ -91,6 +93,8 @@ ArrayScan scan_array(std::string_view text, size_t bracket, int index) {
   long depth = 0;
   size_t start = npos;
   for (size_t i = bracket + 1; i < text.size(); ++i) {
+    if (depth != 0) i = text_search::find_brace(text, i);  // nothing else counts inside an object
+    if (i == text.size()) break;
     const char c = text[i];
     if (c == '{') {
       if (depth == 0) {
@@ -276,6 +280,10 @@ bool copy_vec3(const BinChunk& bin, const AccessorInfo& accessor, const BufferVi
   if (!check_inside(bin, range, attribute, log)) return false;
   out.resize(3 * accessor.count);
   const uint8_t* source = bin.data + range.offset;
+  if (stride == kVec3Bytes) {
+    std::memcpy(out.data(), source, accessor.count * kVec3Bytes);
+    return true;
+  }
   for (size_t i = 0; i < accessor.count; ++i) {
     std::memcpy(&out[3 * i], source + i * stride, kVec3Bytes);
   }
@@ -289,17 +297,19 @@ bool copy_indices_as(const BinChunk& bin, const AccessorInfo& accessor, const Bu
   if (!check_inside(bin, range, "indices", log)) return false;
   out.resize(accessor.count);
   const uint8_t* source = bin.data + range.offset;
-  for (size_t i = 0; i < accessor.count; ++i) {
+  uint32_t* const indices = out.data();
+  Stored largest = 0;
+  for (size_t i = 0; i < accessor.count; ++i) {  // with nothing to stop at
     Stored index;
     std::memcpy(&index, source + i * sizeof(Stored), sizeof(Stored));
-    if (index >= vertex_count) {
-      append(log, "fail: index " + std::to_string(i) + " names vertex " + std::to_string(index) + " of " +
-                      std::to_string(vertex_count) + "\n");
-      return false;
-    }
-    out[i] = index;
+    largest = std::max(largest, index);
+    indices[i] = index;
   }
-  return true;
+  if (largest < vertex_count) return true;
+  const auto first = std::find_if(out.begin(), out.end(), [=](uint32_t index) { return index >= vertex_count; });
+  append(log, "fail: index " + std::to_string(first - out.begin()) + " names vertex " + std::to_string(*first) +
+                  " of " + std::to_string(vertex_count) + "\n");
+  return false;
 }
 
 bool copy_indices(const BinChunk& bin, const AccessorInfo& accessor, const BufferViewInfo& view,
