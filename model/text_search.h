@@ -14,7 +14,7 @@ namespace text_search {
 
 inline constexpr size_t kBlock = 64;
 
-// The compilers' own vectors: a comparison gives -1 where it holds and 0 elsewhere.
+// The compilers' own vectors: a comparison gives -1 where it holds and 0 elsewhere, so that their sum counts.
 using Vector = signed char __attribute__((vector_size(16)));
 
 inline Vector vector_at(const char* characters) {
@@ -30,10 +30,10 @@ inline bool any(Vector results) {
 }
 
 // Whether at some place the block at `first` has `first_wanted` and the one at `second` has `second_wanted`.
-inline bool have_pair(const char* first, char first_wanted, const char* second, char second_wanted) {
+inline bool have_pair(const char* first, signed char first_wanted, const char* second, signed char second_wanted) {
   Vector pairs = {};
   for (size_t i = 0; i < kBlock; i += sizeof(Vector)) {
-    pairs |= (vector_at(first + i) == first_wanted) & (vector_at(second + i) == second_wanted);
+    pairs += (vector_at(first + i) == first_wanted) & (vector_at(second + i) == second_wanted);
   }
   return any(pairs);
 }
@@ -44,9 +44,11 @@ inline bool have_pair(const char* first, char first_wanted, const char* second, 
 inline size_t find_quoted(std::string_view text, std::string_view quoted_word, size_t start) {
   const size_t first = 1;
   const size_t last = quoted_word.size() - 2;
+  const auto first_letter = static_cast<signed char>(quoted_word[first]);
+  const auto last_letter = static_cast<signed char>(quoted_word[last]);
   for (; start < text.size() && text.size() - start >= kBlock + quoted_word.size(); start += kBlock) {
     const char* const block = text.data() + start;
-    if (!have_pair(block + first, quoted_word[first], block + last, quoted_word[last])) continue;
+    if (!have_pair(block + first, first_letter, block + last, last_letter)) continue;
     const size_t found = std::string_view(block, kBlock + quoted_word.size() - 1).find(quoted_word);
     if (found != std::string_view::npos) return start + found;
   }
@@ -56,7 +58,7 @@ inline size_t find_quoted(std::string_view text, std::string_view quoted_word, s
 // The braces are among the five ASCII characters that come behind the letters; others are below or, signed, negative.
 inline bool has_brace(const char* block) {
   Vector braces = {};
-  for (size_t i = 0; i < kBlock; i += sizeof(Vector)) braces |= vector_at(block + i) > 'z';
+  for (size_t i = 0; i < kBlock; i += sizeof(Vector)) braces += vector_at(block + i) > 'z';
   return any(braces);
 }
 

@@ -62,7 +62,7 @@ class TextGenerator {
 // From one piece in two of meaning to one in many.
 std::vector<std::vector<std::string>> WithMoreAndMoreBetween(const std::vector<std::string>& pieces) {
   std::vector<std::vector<std::string>> sets;
-  for (const size_t times : {1, 5, 25}) {
+  for (const size_t times : {1u, 5u, 25u}) {
     std::vector<std::string> set = pieces;
     for (size_t i = 0; i < times * pieces.size(); ++i) set.push_back(std::string(1, "a0zy:, \"_Z"[i % 10]));
     sets.push_back(set);
@@ -140,7 +140,7 @@ TEST(TextSearchTest, QuotedWordsAreFoundAsByTheStandardLibrary) {
 TEST(TextSearchTest, AWordIsFoundWhereverItStands) {
   for (const std::string word : {"\"\"", "\"a\"", "\"meshes\""}) {
     for (size_t before = 0; before < 200; ++before) {
-      for (const size_t behind : {0, 1, 40, 200}) {
+      for (const size_t behind : {0u, 1u, 40u, 200u}) {
         const std::string text = std::string(before, 's') + word + std::string(behind, 'm');
         ASSERT_EQ(text_search::find_quoted(text, word, 0), before) << word << " with " << behind << " behind";
         ASSERT_EQ(text_search::find_quoted(text, word, before + 1), npos) << word << " with " << behind << " behind";
