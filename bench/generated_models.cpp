@@ -1,5 +1,6 @@
 #include "bench/generated_models.h"
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <random>

@@ -9,6 +9,7 @@
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <functional>

@@ -62,10 +62,10 @@ inline bool has_brace(const char* block) {
   return any(braces);
 }
 
-// A set bit in the first of the eight characters that comes behind the letters, none in those before it.
+// Sets a bit in each of the eight characters that comes behind the letters.
 //
-// Adding 5 takes these, and nothing below them, over 0x7F, where the characters outside of ASCII are already; the
-// latter may carry into the character behind them.
+// Adding 5 takes these, and nothing below them, over 0x7F, where the characters outside of ASCII are already. These may
+// carry into the next one, which makes a 'z' look like a brace, and a brace no less like one.
 inline uint64_t mark_braces(const char* characters) {
   uint64_t word;
   std::memcpy(&word, characters, sizeof word);
