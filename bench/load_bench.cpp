@@ -65,6 +65,7 @@ void Register(const Case& test_case, const std::string& contestant, Prepare prep
   benchmark::RegisterBenchmark(("load/" + test_case.name + "/" + contestant).c_str(),
                                [=, checked = false](benchmark::State& state) mutable {
                                  TimeLoading(state, test_case, checked, prepare(test_case.path()));
+                                 if (contestant == "orbisk") state.counters["json_bytes"] = JsonLength(test_case.path());
                                })
       ->Unit(benchmark::kMillisecond);
 }

@@ -76,15 +76,15 @@ std::vector<float> Vec3s(const aiVector3D* vectors, size_t count) {
   return {&vectors->x, &vectors->x + 3 * count};
 }
 
-// GLB: 12 bytes | J 4 | "JSON" 4 | text J | B 4 | "BIN\0" 4 | data B
-uint64_t BinOffset(const std::string& path) {
-  uint32_t json_length = 0;
-  std::ifstream file(path, std::ios::binary);
-  file.seekg(12).read(reinterpret_cast<char*>(&json_length), sizeof json_length);
-  return 28 + uint64_t{json_length};
-}
-
 }  // namespace
+
+// GLB: 12 bytes | J 4 | "JSON" 4 | text J | B 4 | "BIN\0" 4 | data B
+uint32_t JsonLength(const std::string& path) {
+  uint32_t length = 0;
+  std::ifstream file(path, std::ios::binary);
+  file.seekg(12).read(reinterpret_cast<char*>(&length), sizeof length);
+  return length;
+}
 
 GLBModel LoadWithTinygltf(const std::string& path) {
   const tinygltf::Model parsed = Parse(path);
@@ -120,7 +120,7 @@ GLBModel LoadWithAssimp(const std::string& path) {
 FileLocations Locate(const std::string& path) {
   const tinygltf::Model parsed = Parse(path);
   FileLocations file{path, std::filesystem::file_size(path), {}};
-  const uint64_t bin = BinOffset(path);
+  const uint64_t bin = 28 + uint64_t{JsonLength(path)};
   for (const tinygltf::Mesh& mesh : parsed.meshes) {
     MeshLocation location = LocateMesh(parsed, mesh.primitives.at(0));
     for (ArrayLocation* array : {&location.positions, &location.normals, &location.indices}) array->offset += bin;

@@ -37,6 +37,9 @@ struct FileLocations {
 
 FileLocations Locate(const std::string& path);
 
+/// Bytes of JSON in the file.
+uint32_t JsonLength(const std::string& path);
+
 /// The least that anybody has to do who knows beforehand what lies where: one read, one vector per array.
 GLBModel LoadLocated(const FileLocations& file);
 

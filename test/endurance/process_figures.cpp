@@ -3,10 +3,12 @@
 #include <malloc.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <thread>
 
 namespace endurance {
 
@@ -16,6 +18,8 @@ int CountEntries(const char* folder) {
   const std::filesystem::directory_iterator entries(folder);
   return static_cast<int>(std::distance(begin(entries), end(entries)));
 }
+
+int CountThreads() { return CountEntries("/proc/self/task"); }
 
 }  // namespace
 
@@ -30,8 +34,15 @@ ProcessFigures ReadProcessFigures() {
   const struct mallinfo2 heap = mallinfo2();
   figures.heap_kb = static_cast<long>((heap.uordblks + heap.hblkhd) / 1024);
   figures.descriptors = CountEntries("/proc/self/fd") - 1;  // but for the one that reads the folder
-  figures.threads = CountEntries("/proc/self/task");
+  figures.threads = CountThreads();
   return figures;
+}
+
+void WaitForThreadsToLeave(int threads) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (CountThreads() > threads && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
 }
 
 }  // namespace endurance

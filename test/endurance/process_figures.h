@@ -14,6 +14,10 @@ struct ProcessFigures {
 /// Failure  std::runtime_error where /proc does not tell.
 ProcessFigures ReadProcessFigures();
 
+/// Waits, for some seconds at most, until the process has no more than so many threads: one that has ended and been
+/// joined is counted until the kernel has taken it off its list.
+void WaitForThreadsToLeave(int threads);
+
 }  // namespace endurance
 
 #endif  // TEST_ENDURANCE_PROCESS_FIGURES_H_

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <exception>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -37,8 +38,11 @@ void RunAsChild(Series series, int steps, const std::function<std::unique_ptr<Su
                 int samples, std::FILE* errors) {
   RedirectOutput(errors);
   const std::unique_ptr<Subject> subject = make_subject();
-  series(*subject, steps, [samples](int steps_done, int failed_starts) {
+  int fewest_threads = std::numeric_limits<int>::max();
+  series(*subject, steps, [samples, &fewest_threads](int steps_done, int failed_starts) {
+    WaitForThreadsToLeave(fewest_threads);
     const Sample sample = {steps_done, failed_starts, ReadProcessFigures()};
+    fewest_threads = std::min(fewest_threads, sample.figures.threads);
     if (write(samples, &sample, sizeof sample) != sizeof sample) ThrowErrno("writing a sample");
   });
 }
