@@ -34,6 +34,7 @@ aarch64_packages=(
 bench_packages=(
   libbenchmark-dev python3
   libtinygltf-dev libassimp-dev f3d                             # what we compare with
+  gnuplot-nox                                                   # bench/plots.py
   xvfb xauth                                                    # f3d's display
 )
 coverage_packages=(

@@ -22,6 +22,11 @@ FILES = {
     "share/doc/liborbisk-plugin/docs/channel.md",
     "share/doc/liborbisk-plugin/docs/contact_sheet.png",
     "share/doc/liborbisk-plugin/docs/limits.md",
+    "share/doc/liborbisk-plugin/docs/performance.md",
+    "share/doc/liborbisk-plugin/docs/performance/frame_by_pixels.svg",
+    "share/doc/liborbisk-plugin/docs/performance/frame_by_vertices.svg",
+    "share/doc/liborbisk-plugin/docs/performance/load_by_json.svg",
+    "share/doc/liborbisk-plugin/docs/performance/load_by_vertices.svg",
 }
 DEBIAN_NAMES = {"x86_64": "amd64", "aarch64": "arm64"}
 MACHINES = {"x86_64": "X86-64", "aarch64": "AArch64"}
