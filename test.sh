@@ -17,7 +17,8 @@ scripts/install_packages.sh "${groups[@]}"
 for preset in "${presets[@]}"; do
   echo "== $preset =="
   scripts/build.sh "$preset"
-  ctest --preset "$preset" --parallel "$(nproc)" "$@"
+  # Twice as many as processors: some tests mostly wait.
+  ctest --preset "$preset" --parallel "$(($(nproc) * 2))" "$@"
 done
 echo "== fuzz =="
 scripts/fuzz.sh 60

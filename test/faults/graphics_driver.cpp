@@ -26,7 +26,7 @@ extern "C" __attribute__((visibility("default"))) EGLBoolean EGLAPIENTRY eglMake
 namespace graphics {
 
 // Fewer than on the fakes: a renderer takes a driver milliseconds to make.
-int DefaultSequenceCount() { return 400; }
+int DefaultSequenceCount() { return 200; }
 int SequencesPerPlainRun() { return 10; }
 
 // HACK: glTexImage2D of Mesa 22.3 writes past an array on its own stack from some side between 2^24 and 2^26 on, and

@@ -7,7 +7,7 @@
 
 namespace graphics {
 
-int DefaultSequenceCount() { return 2'000; }
+int DefaultSequenceCount() { return 500; }
 int SequencesPerPlainRun() { return 1; }
 int32_t LargestSide() { return std::numeric_limits<int32_t>::max(); }
 void Reset() { fake_graphics::Reset(); }
