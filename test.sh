@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs all tests: as shipped; under the sanitizers (under ThreadSanitizer those in which threads meet, and
 # here alone, as it cannot run under emulation); as AArch64 programs, emulated where this machine is none. Then fuzzes for
-# a minute each. Installs what is missing first. Further arguments go to ctest, for example `./test.sh -R StandardCodec`.
+# a minute each. Installs what is missing first. Further arguments go to ctest (-R, -E, ...): they choose among cases in
+# the release build, among programs elsewhere.
 set -euo pipefail
 cd "$(dirname "$0")"
 

@@ -48,14 +48,16 @@ def main():
                     {"DISPLAY": display, "HOME": temporary}, folder / "f3d.png"),
         }
         benchmarks = []
-        for repetition in range(REPETITIONS):
-            for family, (name, (command, environment, picture)) in enumerate(contestants.items()):
-                row = f"start/sample device to first PNG/{name}/real_time"
-                figures = run(command, environment, picture)
-                benchmarks.append({"name": row, "run_name": row, "run_type": "iteration", "family_index": family,
-                                   "repetition_index": repetition, "time_unit": "ms", **figures})
-        server.terminate()
-        server.wait()
+        try:
+            for repetition in range(REPETITIONS):
+                for family, (name, (command, environment, picture)) in enumerate(contestants.items()):
+                    row = f"start/sample device to first PNG/{name}/real_time"
+                    figures = run(command, environment, picture)
+                    benchmarks.append({"name": row, "run_name": row, "run_type": "iteration", "family_index": family,
+                                       "repetition_index": repetition, "time_unit": "ms", **figures})
+        finally:
+            server.terminate()
+            server.wait()
     pathlib.Path(result).write_text(json.dumps({"benchmarks": benchmarks}, indent=1))
 
 

@@ -47,9 +47,7 @@ class FailureTranscriptTest : public TranscriptTest {
   /// The transcript of a new render thread up to its first frame; the thread is stopped then.
   std::string FirstFrame() {
     fake_graphics::ClearCalls();
-    gate_.Close();
-    Call("startRendering");
-    gate_.WaitForFrame(1);
+    StartAndHoldTheFirstFrame();
     const std::string transcript = RenderTranscript();
     gate_.Open();
     Call("stopRendering");
@@ -374,9 +372,7 @@ TEST_F(FailureTranscriptTest, GlErrorsAreReportedInTheirFrameAndStopNothing) {
   Fetch(id);
   fake_graphics::FailCall("glDrawElements");
   fake_graphics::FailCall("glReadPixels");
-  gate_.Close();
-  Call("startRendering");
-  gate_.WaitForFrame(1);
+  StartAndHoldTheFirstFrame();
   gate_.LetOn(1);
   gate_.WaitForFrame(2);
   const auto names = Names(1, 4, 2);
@@ -432,9 +428,7 @@ TEST_F(FailureTranscriptTest, WithoutATextureFramesAreDrawnUnannouncedWithFiveWa
 // first renderer has taken it along.
 TEST_F(FailureTranscriptTest, AReplacedRendererIsDrawnWithoutItsContextUntilTheNextStart) {
   CreateViewer();
-  gate_.Close();
-  Call("startRendering");
-  gate_.WaitForFrame(1);
+  StartAndHoldTheFirstFrame();
   std::vector<std::string> allowed = fake_graphics::CleanupDeletions();
   for (const std::string& call : fake_graphics::FrameCalls()) allowed.push_back(call);
   {

@@ -94,6 +94,13 @@ class TranscriptTest : private FreshRecording, public CommandTest {
     return TranscriptOf([this](std::thread::id thread) { return thread != platform_thread_; });
   }
 
+  // Starts rendering; the thread has announced its first frame and stands behind it until `gate_` lets it on.
+  void StartAndHoldTheFirstFrame() {
+    gate_.Close();
+    Call("startRendering");
+    gate_.WaitForFrame(1);
+  }
+
   std::string WriteModel(const glb_builder::Glb& glb) { return folder_.Write("model.glb", glb); }
 
   glb_builder::TemporaryFolder folder_;

@@ -28,9 +28,7 @@ TEST_F(TranscriptTest, ATypicalRun) {
 
   // Ten frames, then one of another orientation, then as many as there are until the thread has stopped.
   const std::string frame = With(With(kFrame, {{"readback", kReadback}, {"id", "7"}}), names);
-  gate_.Close();
-  Call("startRendering");
-  gate_.WaitForFrame(1);
+  StartAndHoldTheFirstFrame();
   gate_.LetOn(9);
   gate_.WaitForFrame(10);
   EXPECT_EQ(WithoutMatrices(RenderTranscript()), With(kThreadStart, names) + Times(10, frame));
@@ -50,9 +48,7 @@ TEST_F(TranscriptTest, ATypicalRun) {
             "out: [Orbisk] StopRendering called\nout: [Orbisk] Rendering stopped\n"
             "MessengerSendResponse(message 5, 2 bytes)\n");
 
-  gate_.Close();
-  Call("startRendering");
-  gate_.WaitForFrame(1);
+  StartAndHoldTheFirstFrame();
   EXPECT_EQ(TakePlatformTranscript(), With(kStart, {{"id", "7"}, {"message", "6"}}));
   gate_.Open();
   const fake_graphics::Allowance allowance(fake_graphics::CleanupDeletions());
@@ -88,9 +84,7 @@ TEST_F(TranscriptTest, WithoutAFrameRequestFramesAreDrawnAndAnnouncedButNotReadB
   CreateTexture(4, 2);
   Call("loadModel", Map({{"modelPath", path}}));
   fake_graphics::ClearCalls();
-  gate_.Close();
-  Call("startRendering");
-  gate_.WaitForFrame(1);
+  StartAndHoldTheFirstFrame();
   EXPECT_EQ(WithoutMatrices(RenderTranscript()),
             With(kThreadStart + With(kFrame, {{"readback", ""}, {"id", "7"}}), Names(1, 4, 2)));
   gate_.Open();
@@ -106,15 +100,14 @@ TEST_F(TranscriptTest, CreateTextureAgainReplacesTheRendererFirstAndUnregistersN
             InitializeTranscript(2, 6, 4, ViewerWas::kThere, With(kReleaseRenderer, Names(1, 4, 2))) +
                 ShadersTranscript(2, 6, 4) + RegisterTranscript(8, 2));
 }
+
 // ---- The end of a run --------------------------------------------------------------------------------------
 
 TEST_F(TranscriptTest, TheEndOfThePluginJoinsTheThreadBeforeItUnregistersTheTexture) {
   const std::string path = WriteModel(TwoMeshes());
   CreateTexture(4, 2);
   Call("loadModel", Map({{"modelPath", path}}));
-  gate_.Close();
-  Call("startRendering");
-  gate_.WaitForFrame(1);
+  StartAndHoldTheFirstFrame();
   gate_.Open();
   const fake_graphics::Allowance allowance(fake_graphics::CleanupDeletions());
   DestroyPlugin();
@@ -126,9 +119,7 @@ TEST_F(TranscriptTest, AFrameThatIsDrawnWhileItsViewerIsDisposedIsNotAnnounced) 
   const std::string path = WriteModel(TwoMeshes());
   CreateTexture(4, 2);
   Call("loadModel", Map({{"modelPath", path}}));
-  gate_.Close();
-  Call("startRendering");
-  gate_.WaitForFrame(1);
+  StartAndHoldTheFirstFrame();
   fake_graphics::ClearCalls();
   // Holds the second frame until "dispose" has set its flag and waits for the thread.
   std::atomic<bool> drawing{false};
@@ -172,9 +163,7 @@ TEST_F(TranscriptTest, TheMatrixOfAFrameFollowsFromFileAndState) {
   Call("setBaseRotation", AngleArguments(20, 30, 40));
   Call("setCameraDistance", Map({{"distance", 5.0}}));
   Call("setModelScale", Map({{"scale", 2.0}}));
-  gate_.Close();
-  Call("startRendering");
-  gate_.WaitForFrame(1);
+  StartAndHoldTheFirstFrame();
   gate_.Open();
   Call("stopRendering");
 
