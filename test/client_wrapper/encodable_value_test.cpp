@@ -111,6 +111,34 @@ TEST(EncodableValueTest, OrderWithinAnAlternativeIsItsOwn) {
             EncodableValue(EncodableList{EncodableValue("x"), EncodableValue()}));
 }
 
+TEST(EncodableValueTest, EveryAlternativeIsComparedBothWays) {
+  const std::pair<EncodableValue, EncodableValue> kLowAndHigh[] = {
+      {false, true},
+      {int32_t{-1}, int32_t{1}},
+      {int64_t{-1}, int64_t{1}},
+      {-1.0, 1.0},
+      {"a", "b"},
+      {std::vector<uint8_t>{1}, std::vector<uint8_t>{2}},
+      {std::vector<int32_t>{1}, std::vector<int32_t>{1, 0}},
+      {std::vector<int64_t>{-1}, std::vector<int64_t>{1}},
+      {std::vector<double>{}, std::vector<double>{-1}},
+      {std::vector<float>{1, 2}, std::vector<float>{1, 3}},
+      {EncodableList{1}, EncodableList{1, EncodableValue()}},
+      {EncodableList{1, 2}, EncodableList{1, 3}},
+      {EncodableMap{{1, 2}}, EncodableMap{{1, 2}, {2, 2}}},
+  };
+  for (const auto& [low, high] : kLowAndHigh) {
+    SCOPED_TRACE("alternative " + std::to_string(low.index()));
+    EXPECT_TRUE(low < high);
+    EXPECT_FALSE(high < low);
+    EXPECT_FALSE(low < low);
+    EXPECT_FALSE(high < high);
+  }
+  const EncodableValue one(CustomEncodableValue(1)), other(CustomEncodableValue(2));
+  EXPECT_NE(one < other, other < one);
+  EXPECT_FALSE(one < one);
+}
+
 TEST(EncodableValueTest, OrderOfMapsGoesByTheFirstKeyOrValueThatDiffers) {
   EXPECT_LT(EncodableValue(EncodableMap{{1, "z"}}), EncodableValue(EncodableMap{{2, "a"}}));
   EXPECT_LT(EncodableValue(EncodableMap{{1, "a"}, {2, "z"}}), EncodableValue(EncodableMap{{1, "b"}}));
