@@ -34,16 +34,11 @@ void append(std::string* log, std::string_view message) {
 
 constexpr size_t npos = std::string::npos;
 
-constexpr std::string_view kDigits = "0123456789";
-constexpr std::string_view kIntegerCharacters = "-0123456789";
 constexpr std::string_view kDecimalStartCharacters = "-0123456789.";
 constexpr std::string_view kDecimalCharacters = "0123456789+-.Ee";
 
 size_t find_key(std::string_view text, std::string_view key, size_t start) {
-  std::string pattern;
-  pattern.reserve(key.size() + 2);
-  pattern.append(1, '"').append(key).append(1, '"');
-  return text_search::find_quoted(text, pattern, start);
+  return text_search::find_quoted(text, key, start);
 }
 
 // The position of the first `wanted` at or after the colon that follows the key.
@@ -54,24 +49,27 @@ size_t find_after_key(std::string_view text, std::string_view key, char wanted) 
   return colon == npos ? npos : text.find(wanted, colon);
 }
 
-// The first run of `characters` after the key's colon, as an integer.
-int parse_integer_run(std::string_view text, std::string_view key, std::string_view characters,
-                      int default_value) {
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+bool is_digit_or_minus(char c) { return is_digit(c) || c == '-'; }
+
+// The first run of `wanted` characters after the key's colon, as an integer.
+template <typename Predicate>
+int parse_integer_run(std::string_view text, std::string_view key, Predicate wanted, int default_value) {
   const size_t colon = find_after_key(text, key, ':');
   if (colon == npos) return default_value;
-  const size_t first = text.find_first_of(characters, colon + 1);
-  if (first == npos) return default_value;
-  const size_t end = text.find_first_not_of(characters, first);
-  return std::stoi(std::string(text.substr(first, end - first)));
+  const char* const end = text.data() + text.size();
+  const char* const first = std::find_if(text.data() + colon + 1, end, wanted);
+  if (first == end) return default_value;
+  return std::stoi(std::string(first, std::find_if_not(first, end, wanted)));
 }
 
 int parse_int_field(std::string_view text, std::string_view key, int default_value) {
-  return parse_integer_run(text, key, kIntegerCharacters, default_value);
+  return parse_integer_run(text, key, is_digit_or_minus, default_value);
 }
 
 // NOTE: the minus sign is not among the characters, so -1 is read as 1.
 int parse_attribute_index(std::string_view text, std::string_view key) {
-  return parse_integer_run(text, key, kDigits, -1);
+  return parse_integer_run(text, key, is_digit, -1);
 }
 
 std::string parse_string_field(std::string_view text, std::string_view key) {
@@ -89,27 +87,23 @@ struct ArrayScan {
 
 // Scans the array whose "[" is at `bracket` for its object number `index`, or to its end when there is none.
 ArrayScan scan_array(std::string_view text, size_t bracket, int index) {
+  const size_t wanted = index < 0 ? npos : static_cast<size_t>(index);
   ArrayScan scan;
   long depth = 0;
   size_t start = npos;
-  for (size_t i = bracket + 1; i < text.size(); ++i) {
-    if (depth != 0) i = text_search::find_brace(text, i);  // nothing else counts inside an object
-    if (i == text.size()) break;
-    const char c = text[i];
-    if (c == '{') {
-      if (depth == 0) {
-        if (index >= 0 && scan.object_count == static_cast<size_t>(index)) start = i;
-        ++scan.object_count;
-      }
+  size_t position = bracket + 1;
+  text_search::Braces braces(text, position);
+  for (size_t brace; (brace = braces.Next()) != text.size(); position = brace + 1) {
+    if (depth == 0 && std::find(&text[position], &text[brace], ']') != &text[brace]) break;
+    if (text[brace] == '{') {
+      if (depth == 0 && scan.object_count++ == wanted) start = brace;
       ++depth;
-    } else if (c == '}') {
+    } else if (text[brace] == '}') {
       --depth;
       if (depth == 0 && start != npos) {
-        scan.object = text.substr(start, i + 1 - start);
-        return scan;
+        scan.object = text.substr(start, brace + 1 - start);
+        break;
       }
-    } else if (c == ']' && depth == 0) {
-      return scan;
     }
   }
   return scan;
@@ -135,10 +129,11 @@ bool find_nested_object(std::string_view text, std::string_view key, NestedObjec
   if (opening == npos) return false;
   object = {text.substr(opening, 1), false};
   long depth = 0;
-  for (size_t i = opening; i < text.size(); ++i) {
-    if (text[i] == '{') ++depth;
-    if (text[i] == '}' && --depth == 0) {
-      object = {text.substr(opening, i + 1 - opening), true};
+  text_search::Braces braces(text, opening);
+  for (size_t brace; (brace = braces.Next()) != text.size();) {
+    if (text[brace] == '{') ++depth;
+    if (text[brace] == '}' && --depth == 0) {
+      object = {text.substr(opening, brace + 1 - opening), true};
       break;
     }
   }
@@ -273,8 +268,11 @@ bool is_float_vec3(const AccessorInfo& accessor) {
 }
 
 // Copies an accessor of three floats per vertex.
-bool copy_vec3(const BinChunk& bin, const AccessorInfo& accessor, const BufferViewInfo& view,
-               const char* attribute, std::vector<float>& out, std::string* log) {
+//
+// Like all loops over vertices it stays out of line: behind as many early returns as a mesh has, the compiler takes a
+// loop for one that hardly ever runs, and makes it small instead of fast.
+[[gnu::noinline]] bool copy_vec3(const BinChunk& bin, const AccessorInfo& accessor, const BufferViewInfo& view,
+                                 const char* attribute, std::vector<float>& out, std::string* log) {
   const uint64_t stride = view.byteStride == 0 ? kVec3Bytes : view.byteStride;
   const ElementRange range{view.byteOffset + accessor.byteOffset, stride, accessor.count, kVec3Bytes};
   if (!check_inside(bin, range, attribute, log)) return false;
@@ -291,22 +289,23 @@ bool copy_vec3(const BinChunk& bin, const AccessorInfo& accessor, const BufferVi
 }
 
 template <typename Stored>
-bool copy_indices_as(const BinChunk& bin, const AccessorInfo& accessor, const BufferViewInfo& view,
-                     size_t vertex_count, std::vector<uint32_t>& out, std::string* log) {
+[[gnu::noinline]] bool copy_indices_as(const BinChunk& bin, const AccessorInfo& accessor, const BufferViewInfo& view,
+                                       size_t vertex_count, std::vector<uint32_t>& out, std::string* log) {
   const ElementRange range{view.byteOffset + accessor.byteOffset, sizeof(Stored), accessor.count, sizeof(Stored)};
   if (!check_inside(bin, range, "indices", log)) return false;
   out.resize(accessor.count);
   const uint8_t* source = bin.data + range.offset;
   uint32_t* const indices = out.data();
-  Stored largest = 0;
+  const auto limit = static_cast<uint32_t>(vertex_count);
+  uint32_t outside = 0;
   for (size_t i = 0; i < accessor.count; ++i) {  // with nothing to stop at
     Stored index;
     std::memcpy(&index, source + i * sizeof(Stored), sizeof(Stored));
-    largest = std::max(largest, index);
     indices[i] = index;
+    outside |= uint32_t{index >= limit};
   }
-  if (largest < vertex_count) return true;
-  const auto first = std::find_if(out.begin(), out.end(), [=](uint32_t index) { return index >= vertex_count; });
+  if (outside == 0) return true;
+  const auto first = std::find_if(out.begin(), out.end(), [=](uint32_t index) { return index >= limit; });
   append(log, "fail: index " + std::to_string(first - out.begin()) + " names vertex " + std::to_string(*first) +
                   " of " + std::to_string(vertex_count) + "\n");
   return false;
@@ -339,7 +338,7 @@ Vec3 cross(const Vec3& a, const Vec3& b) {
 }
 
 // Smooth normals: each face counts in proportion to its area.
-void compute_normals(MeshData& mesh) {
+[[gnu::noinline]] void compute_normals(MeshData& mesh) {
   const size_t vertex_count = mesh.positions.size() / 3;
   if (mesh.indices.empty() && vertex_count % 3 == 0) {
     mesh.indices.resize(vertex_count);

@@ -1,10 +1,16 @@
 #ifndef MODEL_TEXT_SEARCH_H_
 #define MODEL_TEXT_SEARCH_H_
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#elif defined(__aarch64__)
+#include <arm_neon.h>
+#endif
 
 // Searching long texts for what is far apart in them.
 //
@@ -12,10 +18,12 @@
 // instruction. Only a block that holds something is looked at more closely.
 namespace text_search {
 
-inline constexpr size_t kBlock = 64;
-
-// The compilers' own vectors: a comparison gives -1 where it holds and 0 elsewhere, so that their sum counts.
+// The compilers' own vectors: a comparison gives -1 where it holds and 0 elsewhere.
 using Vector = signed char __attribute__((vector_size(16)));
+
+inline constexpr size_t kBlock = 4 * sizeof(Vector);
+
+inline Vector all(char character) { return Vector{} + static_cast<signed char>(character); }
 
 inline Vector vector_at(const char* characters) {
   Vector vector;
@@ -23,69 +31,103 @@ inline Vector vector_at(const char* characters) {
   return vector;
 }
 
-inline bool any(Vector results) {
-  uint64_t halves[2];
-  std::memcpy(halves, &results, sizeof halves);
-  return (halves[0] | halves[1]) != 0;
+// A bit for each character of a block, the first one's the lowest: set where the comparison holds, of which
+// `comparison_at(offset)` gives the results for the vector that begins there.
+template <typename ComparisonAt>
+inline uint64_t bits_where(ComparisonAt comparison_at) {
+  const Vector results[] = {comparison_at(0), comparison_at(16), comparison_at(32), comparison_at(48)};
+#if defined(__SSE2__)
+  const auto bits = [](Vector result) {
+    return static_cast<uint32_t>(_mm_movemask_epi8(reinterpret_cast<__m128i>(result)));
+  };
+  if (bits((results[0] | results[1]) | (results[2] | results[3])) == 0) return 0;
+  return (bits(results[0]) | bits(results[1]) << 16) | uint64_t{bits(results[2]) | bits(results[3]) << 16} << 32;
+#elif defined(__aarch64__)
+  // Each character's bit in its byte, then neighbours added up until eight of them share a byte.
+  const uint8x16_t bit = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
+  const auto bits = [=](Vector result) { return reinterpret_cast<uint8x16_t>(result) & bit; };
+  const uint8x16_t pairs = vpaddq_u8(vpaddq_u8(bits(results[0]), bits(results[1])),
+                                     vpaddq_u8(bits(results[2]), bits(results[3])));
+  return vgetq_lane_u64(vreinterpretq_u64_u8(vpaddq_u8(pairs, pairs)), 0);
+#else
+  uint64_t bits = 0;
+  for (size_t i = 0; i < kBlock; ++i) bits |= uint64_t{results[i / 16][i % 16] != 0} << i;
+  return bits;
+#endif
 }
 
-// Whether at some place the block at `first` has `first_wanted` and the one at `second` has `second_wanted`.
-inline bool have_pair(const char* first, signed char first_wanted, const char* second, signed char second_wanted) {
-  Vector pairs = {};
-  for (size_t i = 0; i < kBlock; i += sizeof(Vector)) {
-    pairs += (vector_at(first + i) == first_wanted) & (vector_at(second + i) == second_wanted);
-  }
-  return any(pairs);
-}
+inline size_t lowest(uint64_t bits) { return static_cast<size_t>(__builtin_ctzll(bits)); }
 
-/// As text.find(quoted_word, start), for a word with its quotes.
+/// The first position at or after `start` at which the text has the word in quotes, or npos. The word is shorter than
+/// a block.
 ///
 /// Quotes are everywhere in a JSON text; a word's first and last letter at their distance are not.
-inline size_t find_quoted(std::string_view text, std::string_view quoted_word, size_t start) {
-  const size_t first = 1;
-  const size_t last = quoted_word.size() - 2;
-  const auto first_letter = static_cast<signed char>(quoted_word[first]);
-  const auto last_letter = static_cast<signed char>(quoted_word[last]);
-  for (; start < text.size() && text.size() - start >= kBlock + quoted_word.size(); start += kBlock) {
-    const char* const block = text.data() + start;
-    if (!have_pair(block + first, first_letter, block + last, last_letter)) continue;
-    const size_t found = std::string_view(block, kBlock + quoted_word.size() - 1).find(quoted_word);
-    if (found != std::string_view::npos) return start + found;
-  }
-  return text.find(quoted_word, start);
-}
-
-// The braces are among the five ASCII characters that come behind the letters; others are below or, signed, negative.
-inline bool has_brace(const char* block) {
-  Vector braces = {};
-  for (size_t i = 0; i < kBlock; i += sizeof(Vector)) braces += vector_at(block + i) > 'z';
-  return any(braces);
-}
-
-// Sets a bit in each of the eight characters that comes behind the letters.
-//
-// Adding 5 takes these, and nothing below them, over 0x7F, where the characters outside of ASCII are already. These may
-// carry into the next one, which makes a 'z' look like a brace, and a brace no less like one.
-inline uint64_t mark_braces(const char* characters) {
-  uint64_t word;
-  std::memcpy(&word, characters, sizeof word);
-  return (word + 0x0505050505050505) & ~word & 0x8080808080808080;
-}
-
-/// The position of the first brace at or after `position`, or of a character before it that only looks like one; the
-/// text's size where there is neither. `position` is at most that size.
-inline size_t find_brace(std::string_view text, size_t position) {
-  for (; text.size() - position >= kBlock; position += kBlock) {
-    const char* const block = text.data() + position;
-    if (!has_brace(block)) continue;
-    for (size_t i = 0; i < kBlock; i += sizeof(uint64_t)) {
-      const uint64_t marks = mark_braces(block + i);
-      if (marks != 0) return position + i + static_cast<size_t>(__builtin_ctzll(marks)) / 8;
+inline size_t find_quoted(std::string_view text, std::string_view word, size_t start) {
+  const size_t size = word.size() + 2;
+  if (text.size() < size || start > text.size() - size) return std::string_view::npos;
+  // Of a word without letters its quotes.
+  const Vector first = all(word.empty() ? '"' : word.front());
+  const Vector last = all(word.empty() ? '"' : word.back());
+  // The position in the block, or its end.
+  const auto find_in_block = [=](const char* block) {
+    uint64_t pairs = bits_where([=](size_t offset) -> Vector {
+      return (vector_at(block + offset + 1) == first) & (vector_at(block + offset + word.size()) == last);
+    });
+    for (; pairs != 0; pairs &= pairs - 1) {
+      const char* const place = block + lowest(pairs);
+      if (place[0] == '"' && place[size - 1] == '"' && std::memcmp(place + 1, word.data(), word.size()) == 0) {
+        return lowest(pairs);
+      }
     }
+    return kBlock;
+  };
+  const size_t end = text.size() - size + 1;  // of the positions where it may begin
+  for (; end - start >= kBlock; start += kBlock) {
+    const size_t position = find_in_block(text.data() + start);
+    if (position != kBlock) return start + position;
   }
-  while (position < text.size() && text[position] != '{' && text[position] != '}') ++position;
-  return position;
+  char rest[2 * kBlock] = {};
+  std::memcpy(rest, text.data() + start, text.size() - start);
+  const size_t position = find_in_block(rest);
+  return position == kBlock ? std::string_view::npos : start + position;
 }
+
+/// The braces of a text, one after the other, and what is as rare as they come and stands behind them in ASCII: bars,
+/// tildes and DEL.
+class Braces {
+ public:
+  /// Those at or after `start`.
+  Braces(std::string_view text, size_t start)
+      : text_(text), block_(std::min(start, text.size())), bits_(BitsOfBlock()) {}
+
+  /// The position of the next one, or the text's size when there is none.
+  size_t Next() {
+    while (bits_ == 0) {
+      if (text_.size() - block_ <= kBlock) return text_.size();
+      block_ += kBlock;
+      bits_ = BitsOfBlock();
+    }
+    const size_t position = block_ + lowest(bits_);
+    bits_ &= bits_ - 1;
+    return position;
+  }
+
+ private:
+  uint64_t BitsOfBlock() const {
+    if (text_.size() - block_ >= kBlock) return BitsOf(text_.data() + block_);
+    char rest[kBlock] = {};
+    std::memcpy(rest, text_.data() + block_, text_.size() - block_);
+    return BitsOf(rest);
+  }
+  // What is not ASCII is negative.
+  static uint64_t BitsOf(const char* block) {
+    return bits_where([=](size_t offset) -> Vector { return vector_at(block + offset) > all('z'); });
+  }
+
+  std::string_view text_;
+  size_t block_;   // where the block begins that is looked at
+  uint64_t bits_;  // its braces that are still to come
+};
 
 }  // namespace text_search
 
