@@ -205,10 +205,10 @@ void FlutterDesktopTextureRegistrar::Raster() {
     fetched.notify_all();
     if (!failure.empty()) return;
     if (frame && texture.ready) {
-      ++frames_fetched;
       lock.unlock();
       on_frame(std::move(frame));
       lock.lock();
+      ++frames_fetched;
     }
   }
 }

@@ -33,11 +33,15 @@ Recorder::Recorder(std::string folder, size_t still_count, size_t frame_bytes)
       stills_(ReservoirCapacity(still_count, frame_bytes)),
       thread_([this] { Work(); }) {}
 
-Recorder::~Recorder() { StopWork(); }
+Recorder::~Recorder() {
+  End(State::kGivenUp);
+  if (thread_.joinable()) thread_.join();
+}
 
 void Recorder::Add(TimedFrame frame) {
   {
     const std::lock_guard<std::mutex> lock(mutex_);
+    if (state_ != State::kRunning) return;
     if (waiting_.size() >= kMostWaiting) {
       ++left_out_;
       return;
@@ -47,53 +51,59 @@ void Recorder::Add(TimedFrame frame) {
   changed_.notify_one();
 }
 
-Recorder::Files Recorder::Finish() {
-  StopWork();
-  if (failure_) std::rethrow_exception(failure_);
-  const std::vector<TimedFrame> stills = stills_.Spread(still_count_);
-  if (stills.empty()) throw HostError("the plug-in drew no frame during the run");
+void Recorder::Close() { End(State::kClosed); }
 
-  Files files;
-  files.frames_left_out = left_out_;
-  files.animation_cut_off = animation_.cut_off();
-  for (size_t i = 0; i < stills.size(); ++i) {
-    files.stills.push_back(folder_ + "/frame_" + Numbered(i + 1, stills.size()) + ".png");
-    WritePng(*stills[i].frame, files.stills.back());
+Recorder::Files Recorder::Finish() {
+  thread_.join();
+  if (failure_) std::rethrow_exception(failure_);
+  return files_;
+}
+
+void Recorder::End(State state) {
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (state_ == State::kRunning) state_ = state;
   }
-  files.contact_sheet = folder_ + "/contact_sheet.png";
-  WriteContactSheet(stills, files.contact_sheet);
-  files.animation = folder_ + "/orientation.webp";
-  animation_.Write(files.animation);
-  return files;
+  changed_.notify_one();
 }
 
 void Recorder::Work() {
+  try {
+    TakeFrames();
+    if (state_ == State::kClosed) WriteFiles();
+  } catch (...) {
+    failure_ = std::current_exception();
+  }
+}
+
+// Until the end of the run.
+void Recorder::TakeFrames() {
   std::unique_lock<std::mutex> lock(mutex_);
   for (;;) {
-    changed_.wait(lock, [this] { return stop_ || !waiting_.empty(); });
+    changed_.wait(lock, [this] { return state_ != State::kRunning || !waiting_.empty(); });
     if (waiting_.empty()) return;
     const TimedFrame frame = std::move(waiting_.front());
     waiting_.pop_front();
     lock.unlock();
-    try {
-      if (!failure_) {
-        stills_.Add(frame);
-        animation_.Add(frame);
-      }
-    } catch (...) {
-      failure_ = std::current_exception();
-    }
+    stills_.Add(frame);
+    animation_.Add(frame);
     lock.lock();
   }
 }
 
-void Recorder::StopWork() {
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    stop_ = true;
+void Recorder::WriteFiles() {
+  const std::vector<TimedFrame> stills = stills_.Spread(still_count_);
+  if (stills.empty()) throw HostError("the plug-in drew no frame during the run");
+  files_.frames_left_out = left_out_;
+  files_.animation_cut_off = animation_.cut_off();
+  for (size_t i = 0; i < stills.size(); ++i) {
+    files_.stills.push_back(folder_ + "/frame_" + Numbered(i + 1, stills.size()) + ".png");
+    WritePng(*stills[i].frame, files_.stills.back());
   }
-  changed_.notify_one();
-  if (thread_.joinable()) thread_.join();
+  files_.contact_sheet = folder_ + "/contact_sheet.png";
+  WriteContactSheet(stills, files_.contact_sheet);
+  files_.animation = folder_ + "/orientation.webp";
+  animation_.Write(files_.animation);
 }
 
 }  // namespace host

@@ -31,24 +31,31 @@ class Recorder {
   /// Pictures go into `folder`; `still_count` of them are written one by one and onto the contact sheet, of a
   /// run whose frames have `frame_bytes` bytes.
   Recorder(std::string folder, size_t still_count, size_t frame_bytes);
-  /// Without Finish() nothing is written.
+  /// Without Close() nothing is written.
   ~Recorder();
   Recorder(const Recorder&) = delete;
   Recorder& operator=(const Recorder&) = delete;
 
-  /// Takes a frame; leaves it out when too many still wait. Does not block.
+  /// Takes a frame; leaves it out when too many still wait, or when it comes after the end. Does not block.
   ///
   /// Thread   any; times must not decrease.
   void Add(TimedFrame frame);
 
-  /// Writes all files.
+  /// The run is over: all files are written, on the recorder's thread.
+  void Close();
+
+  /// Waits, after Close(), until they are.
   ///
   /// Failure  HostError: there was no frame, or a file cannot be written.
   Files Finish();
 
  private:
+  enum class State { kRunning, kClosed, kGivenUp };
+
   void Work();
-  void StopWork();
+  void TakeFrames();
+  void WriteFiles();
+  void End(State state);
 
   const std::string folder_;
   const size_t still_count_;
@@ -57,12 +64,13 @@ class Recorder {
   std::condition_variable changed_;
   // Guarded by `mutex_`.
   std::deque<TimedFrame> waiting_;
-  bool stop_ = false;
+  State state_ = State::kRunning;
   uint64_t left_out_ = 0;
 
-  // The thread's, and Finish()'s once it has ended.
+  // The thread's, and Finish()'s once that has ended.
   FrameReservoir stills_;
   Animation animation_;
+  Files files_;
   std::exception_ptr failure_;
 
   std::thread thread_;  // last: it uses all of the above

@@ -122,6 +122,7 @@ class Runner {
  private:
   void OpenFeed();
   void RunPlugin(RegisterPluginFunction register_plugin);
+  bool PicturesWanted();
   void Loop();
   bool InputOver() const;
   void SendDueSamples(Clock::time_point now);
@@ -147,6 +148,7 @@ class Runner {
   // Once the input is over: since when, and how many frames had been fetched by then.
   std::optional<Clock::time_point> input_over_at_;
   uint64_t fetched_at_input_end_ = 0;
+  uint64_t frames_after_input_ = 2;  // until the last sample is seen: one frame may have been under way
 
   std::unique_ptr<Session> session_;  // last: its raster thread uses the above
 };
@@ -168,12 +170,7 @@ void Runner::Run() {
   std::optional<Recorder::Files> files;
   try {
     RunPlugin(register_plugin);
-    // Pictures show what a sensor said until its input broke; there are none of one that never said anything.
-    const bool nothing_to_show = session_->viewer().orientation_latency().count() == 0;
-    if (recorder_ && !(nothing_to_show && !input_error_.empty())) {
-      console_.Progress("writing the pictures");
-      files = recorder_->Finish();
-    }
+    if (PicturesWanted()) files = recorder_->Finish();
   } catch (const std::runtime_error& error) {
     if (console_.others_path().empty()) throw;
     throw HostError(std::string(error.what()) + "; the plug-in's own lines are in " + console_.others_path());
@@ -199,10 +196,22 @@ void Runner::RunPlugin(RegisterPluginFunction register_plugin) {
     deadline_ = start_ + std::chrono::duration_cast<Clock::duration>(seconds);
   }
   feed_->Start(start_);
+  // The first frame shows the first sample already; the only one, where there is one only.
+  SendDueSamples(start_);
+  if (InputOver()) frames_after_input_ = 1;
   session_->viewer().StartRendering();
   Loop();
   end_ = Clock::now();
+  if (PicturesWanted()) {
+    console_.Progress("writing the pictures");
+    recorder_->Close();  // which goes on during the plug-in's farewell
+  }
   session_->End();
+}
+
+// They show what a sensor said until its input broke; there are none of one that never said anything.
+bool Runner::PicturesWanted() {
+  return recorder_ && (input_error_.empty() || session_->viewer().orientation_latency().count() != 0);
 }
 
 void Runner::OpenFeed() {
@@ -225,7 +234,7 @@ void Runner::Loop() {
     if (!ServeWindow() || AtEnd(now)) return;
     ShowProgress(now);
     const Clock::time_point turn_end = std::min(now + (window_ ? kWindowTurn : kHeadlessTurn), deadline_);
-    if (input_over_at_) {
+    if (input_over_at_ || now >= deadline_) {
       std::this_thread::sleep_until(now + kWindowTurn);
     } else {
       feed_->WaitUntil(turn_end);
@@ -270,17 +279,16 @@ bool Runner::ServeWindow() {
 }
 
 bool Runner::AtEnd(Clock::time_point now) {
-  if (now >= deadline_) return true;
-  if (!InputOver()) return false;
-  // The last sample is seen in the second frame from now at the latest: one may have been under way. A
-  // plug-in that draws nothing is not waited for.
-  constexpr auto kLongestWait = std::chrono::seconds(2);
+  constexpr auto kLongestWait = std::chrono::seconds(2);  // for a plug-in that draws nothing
   const uint64_t fetched = session_->embedder().frames_fetched();
+  // However short the run, it has a picture.
+  if (now >= deadline_ && (fetched > 0 || now >= deadline_ + kLongestWait)) return true;
+  if (!InputOver()) return false;
   if (!input_over_at_) {
     input_over_at_ = now;
     fetched_at_input_end_ = fetched;
   }
-  return fetched >= fetched_at_input_end_ + 2 || now >= *input_over_at_ + kLongestWait;
+  return fetched >= fetched_at_input_end_ + frames_after_input_ || now >= *input_over_at_ + kLongestWait;
 }
 
 void Runner::ShowProgress(Clock::time_point now) {

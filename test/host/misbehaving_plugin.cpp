@@ -10,6 +10,19 @@
 
 namespace {
 
+FlutterDesktopPluginRegistrarRef g_registrar = nullptr;
+
+// One whose picture never changes.
+int64_t RegisterTexture() {
+  static const uint8_t pixel[4] = {};
+  static const FlutterDesktopPixelBuffer picture = {pixel, 1, 1, nullptr, nullptr};
+  FlutterDesktopTextureInfo texture = {};
+  texture.type = kFlutterDesktopPixelBufferTexture;
+  texture.pixel_buffer_config.callback = [](size_t, size_t, void*) { return &picture; };
+  return FlutterDesktopTextureRegistrarRegisterExternalTexture(FlutterDesktopRegistrarGetTextureRegistrar(g_registrar),
+                                                               &texture);
+}
+
 void OnMessage(FlutterDesktopMessengerRef messenger, const FlutterDesktopMessage* message, void*) {
   const char* const variable = std::getenv("ORBISK_MISBEHAVIOUR");
   const std::string misbehaviour = variable == nullptr ? "" : variable;
@@ -29,6 +42,16 @@ void OnMessage(FlutterDesktopMessengerRef messenger, const FlutterDesktopMessage
     answer(std::string("\x00\x04\x0c\x00\x00\x00\x00\x00\x00\x00", 10));
     return;
   }
+  if (misbehaviour == "no frames") {
+    // A call: 7, the length of its name, the name.
+    const std::string name(reinterpret_cast<const char*>(message->message) + 2, message->message[1]);
+    std::puts(name.c_str());
+    std::fflush(stdout);
+    // Success with the texture's number, which is below 256, or with true.
+    const char id = name == "createTexture" ? static_cast<char>(RegisterTexture()) : '\0';
+    answer(name == "createTexture" ? std::string("\x00\x04", 2) + id + std::string(7, '\0') : std::string("\x00\x01", 2));
+    return;
+  }
   answer("");  // not implemented
 }
 
@@ -36,6 +59,7 @@ void OnMessage(FlutterDesktopMessengerRef messenger, const FlutterDesktopMessage
 
 extern "C" __attribute__((visibility("default"))) void OrbiskPluginRegisterWithRegistrar(
     FlutterDesktopPluginRegistrarRef registrar) {
+  g_registrar = registrar;
   FlutterDesktopMessengerSetCallback(FlutterDesktopPluginRegistrarGetMessenger(registrar), "orbisk",
                                      OnMessage, nullptr);
 }

@@ -275,6 +275,12 @@ TEST_F(ProgramTest, RunOfOneSampleHasAPicture) {
   EXPECT_TRUE(ShowsTheModel(Out() + "/frame_01.png"));
 }
 
+TEST_F(ProgramTest, TheShortestRunHasAPicture) {
+  const Result result = RunImu(kImu, {"--seconds", "0.001"});
+  EXPECT_EQ(result.status, 0) << result.err << Log();
+  EXPECT_TRUE(ShowsTheModel(Out() + "/frame_01.png"));
+}
+
 TEST_F(ProgramTest, StandardInputIsFollowedToItsEnd) {
   const Result result =
       RunImu("-", {}, kSurfaceless, "t,qx,qy,qz,qw\n0,0,0,0,1\n0.2,0,0,0.1,0.99\n0.4,0,0,0.2,0.97\n");
@@ -463,8 +469,8 @@ TEST_F(ProgramTest, FileInThePlaceOfTheFolderIsNamed) {
 
 class MisbehaviourTest : public ProgramTest {
  protected:
-  Result RunWith(const std::string& misbehaviour) {
-    return RunImu(kImu, {"--plugin", ORBISK_MISBEHAVING_PLUGIN},
+  Result RunWith(const std::string& misbehaviour, const std::string& imu = kImu) {
+    return RunImu(imu, {"--plugin", ORBISK_MISBEHAVING_PLUGIN},
                   {{"EGL_PLATFORM", "surfaceless"}, {"ORBISK_MISBEHAVIOUR", misbehaviour}});
   }
 };
@@ -494,6 +500,16 @@ TEST_F(MisbehaviourTest, UnknownTextureIsOneLine) {
   const Result result = RunWith("unknown texture");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err, "orbisk_host: there is no texture 12" + LogHint());
+}
+
+TEST_F(MisbehaviourTest, ARunWithoutFramesEndsAndHasNoPictures) {
+  const std::string imu = folder_.Write("one.csv", "t,roll,pitch,yaw\n0,10,20,30\n");
+  const Result result = RunWith("no frames", imu);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "orbisk_host: the plug-in drew no frame during the run" + LogHint());
+  // What the first frame is to show is said before there is one.
+  EXPECT_EQ(Log(), "createTexture\nloadModel\nsetRotation\nstartRendering\nstopRendering\ndispose\n");
+  EXPECT_FALSE(Exists("contact_sheet.png"));
 }
 
 TEST_F(MisbehaviourTest, CrashSaysWhereTheLastLinesAre) {

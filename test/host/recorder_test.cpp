@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <memory>
 
 #include "host/host_error.h"
@@ -27,6 +28,7 @@ TEST(Recorder, AllFilesAreWrittenAndNamed) {
   const TempFolder folder;
   Recorder recorder(folder.path(), 3, 8 * 6 * 4);
   for (int i = 0; i < 5; ++i) recorder.Add(FrameAt(i));
+  recorder.Close();
   const Recorder::Files files = recorder.Finish();
 
   EXPECT_EQ(files.stills, (std::vector<std::string>{folder.File("frame_01.png"), folder.File("frame_02.png"),
@@ -45,12 +47,35 @@ TEST(Recorder, FramesThatTheEncoderHasNoTimeForAreCountedNotQueued) {
   Recorder recorder(folder.path(), 2, 8 * 6 * 4);
   constexpr int kFrames = 20000;
   for (int i = 0; i < kFrames; ++i) recorder.Add(FrameAt(i * 0.001));
+  recorder.Close();
   EXPECT_GT(recorder.Finish().frames_left_out, 0u);
+}
+
+TEST(Recorder, FilesAreWrittenWithoutSomebodyWaitingForThem) {
+  const TempFolder folder;
+  {
+    Recorder recorder(folder.path(), 1, 8 * 6 * 4);
+    recorder.Add(FrameAt(0));
+    recorder.Close();
+    recorder.Add(FrameAt(1));  // too late
+  }
+  EXPECT_EQ(PngOnDisk(folder.File("frame_01.png")).width(), 8);
+  EXPECT_EQ(WebPOnDisk(folder.File("orientation.webp")).pictures.size(), 1u);
+}
+
+TEST(Recorder, NothingIsWrittenWithoutAnEndOfTheRun) {
+  const TempFolder folder;
+  {
+    Recorder recorder(folder.path(), 1, 8 * 6 * 4);
+    recorder.Add(FrameAt(0));
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
 TEST(Recorder, FailsWhenThereWasNoFrame) {
   const TempFolder folder;
   Recorder recorder(folder.path(), 3, 8 * 6 * 4);
+  recorder.Close();
   try {
     recorder.Finish();
     FAIL() << "no failure";
@@ -62,6 +87,7 @@ TEST(Recorder, FailsWhenThereWasNoFrame) {
 TEST(Recorder, FailsWhenAFileCannotBeWritten) {
   Recorder recorder("/no/such/folder", 3, 8 * 6 * 4);
   recorder.Add(FrameAt(0));
+  recorder.Close();
   try {
     recorder.Finish();
     FAIL() << "no failure";
