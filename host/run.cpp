@@ -279,7 +279,7 @@ bool Runner::ServeWindow() {
 }
 
 bool Runner::AtEnd(Clock::time_point now) {
-  constexpr auto kLongestWait = std::chrono::seconds(2);  // for a plug-in that draws nothing
+  constexpr auto kLongestWait = std::chrono::seconds(5);  // for a plug-in that draws nothing
   const uint64_t fetched = session_->embedder().frames_fetched();
   // However short the run, it has a picture.
   if (now >= deadline_ && (fetched > 0 || now >= deadline_ + kLongestWait)) return true;
