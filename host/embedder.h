@@ -64,7 +64,7 @@ class Embedder {
   void DestroyRegistrar();
 
   uint64_t frames_marked() const;   // frames that the plug-in has drawn for a texture on screen
-  uint64_t frames_fetched() const;  // frames that went to `on_frame`
+  uint64_t frames_fetched() const;  // frames that `on_frame` has taken
 
  private:
   std::unique_ptr<FlutterDesktopPluginRegistrar> registrar_;

@@ -247,6 +247,7 @@ TEST_F(TextureTest, MarkedFrameIsFetchedAndCopied) {
   EXPECT_TRUE(Mark(id));
   EXPECT_EQ(frames_.WaitFor(2)->rgba[0], 3);
   EXPECT_EQ(frame->rgba[0], 2) << "the first one is a copy";
+  embedder_.StopRaster();
   EXPECT_EQ(embedder_.frames_marked(), 2u);
   EXPECT_EQ(embedder_.frames_fetched(), 2u);
 }
