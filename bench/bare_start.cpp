@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "plugin/shaders.h"
+#include "bench/raw_program.h"
 
 namespace {
 
@@ -31,18 +31,8 @@ bool MakeContext() {
   return eglMakeCurrent(display, surface, surface, context);
 }
 
-void Attach(GLuint program, GLenum type, const char* source) {
-  const GLuint shader = glCreateShader(type);
-  glShaderSource(shader, 1, &source, nullptr);
-  glCompileShader(shader);
-  glAttachShader(program, shader);
-}
-
 void DrawTriangle() {
-  const GLuint program = glCreateProgram();
-  Attach(program, GL_VERTEX_SHADER, kVertexShader);
-  Attach(program, GL_FRAGMENT_SHADER, kFragmentShader);
-  glLinkProgram(program);
+  const GLuint program = MakeRawProgram();
   glUseProgram(program);
   const float unit[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
   glUniformMatrix4fv(glGetUniformLocation(program, "u_mvp"), 1, GL_FALSE, unit);

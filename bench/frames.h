@@ -16,8 +16,8 @@
 #include <utility>
 #include <vector>
 
+#include "bench/raw_program.h"
 #include "plugin/orbisk_plugin.cpp"  // NOLINT: for the frame in its unnamed namespace
-#include "plugin/shaders.h"
 
 namespace {
 
@@ -47,15 +47,7 @@ class RawFrame {
  public:
   RawFrame(const GLBModel& model, int width, int height)
       : mesh_(model.meshes[0]), width_(width), height_(height), pixels_(FrameByteCount(width, height, 4)) {
-    program_ = glCreateProgram();
-    for (const auto& [type, source] :
-         {std::pair(GL_VERTEX_SHADER, kVertexShader), std::pair(GL_FRAGMENT_SHADER, kFragmentShader)}) {
-      const GLuint shader = glCreateShader(type);
-      glShaderSource(shader, 1, &source, nullptr);
-      glCompileShader(shader);
-      glAttachShader(program_, shader);
-    }
-    glLinkProgram(program_);
+    program_ = MakeRawProgram();
     glUseProgram(program_);
     const OrbiskState defaults;
     const ModelFit fit = FitModel(model);

@@ -94,6 +94,7 @@ ArrayScan scan_array(std::string_view text, size_t bracket, int index) {
   size_t position = bracket + 1;
   text_search::Braces braces(text, position);
   for (size_t brace; (brace = braces.Next()) != text.size(); position = brace + 1) {
+    // Outside of its objects a bracket ends the array.
     if (depth == 0 && std::find(&text[position], &text[brace], ']') != &text[brace]) break;
     if (text[brace] == '{') {
       if (depth == 0 && scan.object_count++ == wanted) start = brace;

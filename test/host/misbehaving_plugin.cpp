@@ -1,5 +1,5 @@
 // A plug-in that does what a plug-in should not, for the host to survive. The environment variable
-// ORBISK_MISBEHAVIOUR says what it does with its first message.
+// ORBISK_MISBEHAVIOUR says what it does with its messages.
 
 #include <cstdio>
 #include <cstdlib>
