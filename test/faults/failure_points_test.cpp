@@ -19,6 +19,7 @@
 #include <tuple>
 
 #include "fake_graphics.h"
+#include "renderer/log_line.h"
 #include "test/faults/operator_new.h"
 #include "test/faults/watchdog.h"
 #include "test/model/glb_builder.h"
@@ -58,6 +59,7 @@ class Rig : private FreshGraphics, public PluginTest {
   }
 
   using CommandTest::Call;
+  using CommandTest::DestroyPlugin;
   using CommandTest::Encode;
   using CommandTest::Fetch;
   using CommandTest::WaitForFrames;
@@ -265,6 +267,34 @@ TEST(FrameRequestFailureTest, AnAllocationThatFailsLeavesNoBufferAndTheNextReque
   }
   EXPECT_EQ(points, 4u) << "descriptor and pixels, each twice";
   ReportPoints("Allocations", "frame request", points);
+}
+
+// ---- Log lines ---------------------------------------------------------------------------------------------
+
+TEST(LogLineFailureTest, ALineOfAnyLengthNeedsNoMemory) {
+  const std::string path(10000, 'p');
+  LogCapture out(stdout);
+  std::string written;
+  bool asked = false;
+  {
+    const operator_new::Fault fault(1, operator_new::Fault::kFromThenOn);
+    WriteLogLine(stdout, "[Tag] ", path, " ", 640, "x", size_t{480}, " ", 0.1f, " ", 1e300, " ", Hex{0x8CD6});
+    asked = fault.happened();
+  }
+  EXPECT_FALSE(asked);
+  EXPECT_EQ(out.Take(), "[Tag] " + path + " 640x480 0.1 1e+300 0x8cd6\n");
+}
+
+TEST(LogLineFailureTest, ThePluginsEndNeedsNoMemory) {
+  Rig rig;
+  rig.Fetch(rig.CreateViewer());
+  bool asked = false;
+  {
+    const operator_new::Fault fault(1, operator_new::Fault::kFromThenOn);
+    rig.DestroyPlugin();
+    asked = fault.happened();
+  }
+  EXPECT_FALSE(asked);
 }
 
 // ---- Allocations of the render thread ----------------------------------------------------------------------
