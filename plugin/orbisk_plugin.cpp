@@ -1,9 +1,11 @@
 #include "orbisk/orbisk_plugin.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -29,9 +31,30 @@ using MethodResult = flutter::MethodResult<EncodableValue>;
 // The one viewer state; empty until the first "createTexture". Written on the platform thread alone.
 std::unique_ptr<OrbiskState> g_viewer_state;
 
-// The registrar of the last registration; the manager owns it. Atomic: the render thread reads it, and the embedder may
-// register the plug-in once more while that runs.
+// The registrar of the last registration that has not ended, or of the last one when all have; the manager owns it.
+// Atomic: the render thread reads it, and the embedder may register the plug-in once more while that runs.
 std::atomic<flutter::PluginRegistrar*> g_registrar{nullptr};
+
+struct Registration {
+  const flutter::Plugin* plugin;
+  flutter::PluginRegistrar* registrar;
+};
+
+// One for each engine that is there, in the order in which they came. Never destroyed: an engine may close while the
+// process exits. Platform thread only.
+std::vector<Registration>& Registrations() {
+  static auto* const registrations = new std::vector<Registration>();
+  return *registrations;
+}
+
+// The registrar goes with its plug-in: the commands of an engine that stays must not meet it.
+void ForgetRegistration(const flutter::Plugin* plugin) {
+  std::vector<Registration>& registrations = Registrations();
+  registrations.erase(std::remove_if(registrations.begin(), registrations.end(),
+                                     [plugin](const Registration& it) { return it.plugin == plugin; }),
+                      registrations.end());
+  if (!registrations.empty()) g_registrar = registrations.back().registrar;
+}
 
 // ---- Log lines ---------------------------------------------------------------------------------------------
 
@@ -66,7 +89,7 @@ bool HasFrameToDraw(const OrbiskState& state) { return state.renderer && !state.
 // False where the renderer's frame is larger than the buffer, which keeps the size of the renderer that it was made
 // for.
 bool FrameFits(const FlutterDesktopPixelBuffer& buffer, const EGLRenderer& renderer) {
-  if (renderer.width() <= 0 || renderer.height() <= 0) return false;
+  if (renderer.width() < 0 || renderer.height() < 0) return false;
   const size_t frame_pixels = static_cast<size_t>(renderer.width()) * static_cast<size_t>(renderer.height());
   return frame_pixels <= buffer.width * buffer.height;
 }
@@ -185,11 +208,13 @@ bool HasRegisteredTexture(const OrbiskState& state) { return g_registrar != null
 // A count that is negative throws std::bad_alloc.
 std::unique_ptr<FlutterDesktopPixelBuffer> MakePixelBuffer(int width, int height) {
   const size_t byte_count = FrameByteCount(width, height, 4);
+  const bool countable = byte_count <= size_t{std::numeric_limits<int32_t>::max()};
+  const size_t frame_byte_count = static_cast<size_t>(width) * static_cast<size_t>(height) * 4;
+  if (countable && (width < 0 || byte_count < frame_byte_count)) return nullptr;
   auto pixels = std::make_unique<uint8_t[]>(byte_count);
   auto pixel_buffer = std::make_unique<FlutterDesktopPixelBuffer>();
   pixel_buffer->width = static_cast<size_t>(width);
   pixel_buffer->height = static_cast<size_t>(height);
-  if (width < 0 || byte_count < pixel_buffer->width * pixel_buffer->height * 4) return nullptr;
   pixel_buffer->buffer = pixels.release();
   return pixel_buffer;
 }
@@ -203,6 +228,20 @@ const FlutterDesktopPixelBuffer* CopyPixelBuffer(OrbiskState* state) {
     state->pixel_buffer = MakePixelBuffer(state->renderer->width(), state->renderer->height());
   }
   return state->pixel_buffer.get();
+}
+
+void MakeTexture(OrbiskState& state) {
+  state.texture_path = std::make_shared<ViewerPath>(&state);
+  state.texture = std::make_unique<flutter::TextureVariant>(flutter::PixelBufferTexture(
+      [path = state.texture_path](size_t, size_t) { return path->Follow(CopyPixelBuffer); }));
+}
+
+// Leaves the texture object of a state that is about to go to the engine, which asks it for frames for as long as it has an
+// identifier for it: those of earlier "createTexture" commands are never unregistered. There are no frames from now on.
+void LeaveTextureToEngine(OrbiskState& state) {
+  if (!state.texture) return;
+  state.texture_path->Close();
+  static_cast<void>(state.texture.release());
 }
 
 // ---- Arguments ---------------------------------------------------------------------------------------------
@@ -302,6 +341,7 @@ void OrbiskPlugin::RegisterWithRegistrar(flutter::PluginRegistrar* registrar) {
       [plugin = plugin.get()](const MethodCall& call, std::unique_ptr<MethodResult> result) {
         plugin->HandleMethodCall(call, std::move(result));
       });
+  Registrations().push_back({plugin.get(), registrar});
   registrar->AddPlugin(std::move(plugin));
 }
 
@@ -316,8 +356,10 @@ OrbiskPlugin::~OrbiskPlugin() {
     // Unregistering does not wait: the engine may still be copying the last frame.
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     Log("Destroying all resources...");
+    LeaveTextureToEngine(*g_viewer_state);
     g_viewer_state.reset();
   }
+  ForgetRegistration(this);
   Log("Plugin destroyed");
 }
 
@@ -392,10 +434,7 @@ void OrbiskPlugin::CreateTexture(const MethodCall& call, std::unique_ptr<MethodR
 
   Log("Creating Flutter texture variant...");
   // An earlier texture object stays: the engine may be asking it for a frame at this moment, and it would do the same.
-  if (!state->texture) {
-    state->texture = std::make_unique<flutter::TextureVariant>(
-        flutter::PixelBufferTexture([state](size_t, size_t) { return CopyPixelBuffer(state); }));
-  }
+  if (!state->texture) MakeTexture(*state);
   Log("Registering texture with Flutter...");
   state->texture_id = g_registrar.load()->texture_registrar()->RegisterTexture(state->texture.get());
   LogBanner("Texture created with ID: ", state->texture_id);
@@ -423,10 +462,8 @@ void OrbiskPlugin::Dispose(const MethodCall&, std::unique_ptr<MethodResult> resu
   {
     const StateLock lock(state);
     Log("Cleaning up pixel buffer...");
-    if (state.pixel_buffer) {
-      delete[] std::exchange(state.pixel_buffer->buffer, nullptr);
-      state.pixel_buffer.reset();
-    }
+    state.retired_pixels.reset(state.pixel_buffer ? state.pixel_buffer->buffer : nullptr);
+    state.retired_pixel_buffer = std::move(state.pixel_buffer);
     Log("Cleaning up EGL resources...");
     state.spare_pixel_buffer.reset();
     if (state.renderer) {

@@ -13,6 +13,41 @@
 #include "model/glb_loader.h"
 #include "renderer/egl_renderer.h"
 
+struct OrbiskState;
+
+/// The way from a registered texture to the viewer. The engine may take it for as long as the texture is registered, and a
+/// moment longer, because unregistering does not wait: longer than the viewer may live. So textures keep it, and whoever
+/// destroys the viewer closes it first.
+class ViewerPath {
+ public:
+  explicit ViewerPath(OrbiskState* state) : state_(state) {}
+
+  /// Calls `use` with the viewer, or with null once the path is closed.
+  ///
+  /// Thread   any; several at once.
+  template <typename Use>
+  auto Follow(Use use) {
+    const Following following(followers_);
+    return use(state_.load());
+  }
+
+  /// Returns when nobody is at the viewer any more by this path.
+  void Close() {
+    state_ = nullptr;
+    while (followers_ > 0) std::this_thread::sleep_for(std::chrono::microseconds(50));
+  }
+
+ private:
+  struct Following {
+    explicit Following(std::atomic<int>& counted) : followers(counted) { ++followers; }
+    ~Following() { --followers; }
+    std::atomic<int>& followers;
+  };
+
+  std::atomic<OrbiskState*> state_;
+  std::atomic<int> followers_{0};
+};
+
 /// The one viewer: all that belongs to the texture on show. Commands (platform thread), the pixel-buffer callback
 /// (raster thread) and the render thread share it.
 struct OrbiskState {
@@ -21,11 +56,16 @@ struct OrbiskState {
 
   // Guarded by `mutex`.
   std::unique_ptr<EGLRenderer> renderer;
-  std::unique_ptr<flutter::TextureVariant> texture;  // outlives "dispose": the engine may still ask it for a frame
+  // Outlives "dispose", and the state: the engine may still ask it for a frame.
+  std::unique_ptr<flutter::TextureVariant> texture;
+  std::shared_ptr<ViewerPath> texture_path;  // what `texture` asks
   std::unique_ptr<FlutterDesktopPixelBuffer> spare_pixel_buffer;  // never filled
   // What the engine copies frames from. `buffer` is an array of `width * height * 4` bytes made with new[]; only
-  // "dispose" frees it, so that a destroyed state takes no pixels away from an engine that still copies them.
+  // "dispose" takes it back, so that a destroyed state takes no pixels away from an engine that still copies them.
   std::unique_ptr<FlutterDesktopPixelBuffer> pixel_buffer;
+  // What the last "dispose" took back, whole: the engine may be copying from it. The next one frees it.
+  std::unique_ptr<FlutterDesktopPixelBuffer> retired_pixel_buffer;
+  std::unique_ptr<const uint8_t[]> retired_pixels;
   GLBModel model;
 
   // Current orientation: the render thread turns the model by the quaternion. Guarded by `mutex`.

@@ -269,6 +269,15 @@ TEST(FrameRequestFailureTest, AnAllocationThatFailsLeavesNoBufferAndTheNextReque
   ReportPoints("Allocations", "frame request", points);
 }
 
+TEST(FrameRequestFailureTest, ASizeWhoseByteCountWrapsAroundIsRefusedBeforeAnythingIsAllocated) {
+  Rig rig;
+  rig.CreateViewer();
+  rig.Call("createTexture", Size(40000, 30000));  // 4.8 GB, of which 32 bits keep 505 MB
+  const long count_before = operator_new::CountOnThisThread();
+  EXPECT_EQ(plugin_under_test::CopyPixelBuffer(rig.State()), nullptr);
+  EXPECT_EQ(operator_new::CountOnThisThread(), count_before);
+}
+
 // ---- Log lines ---------------------------------------------------------------------------------------------
 
 TEST(LogLineFailureTest, ALineOfAnyLengthNeedsNoMemory) {

@@ -12,7 +12,9 @@
 #include "test/plugin/source_fixture.h"
 
 using namespace std::chrono_literals;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 namespace {
 
@@ -186,6 +188,68 @@ TEST_F(LockingTest, AFrameRequestAfterDisposeDoesNotWaitForTheLock) {
   Call("dispose");
   const std::lock_guard<std::mutex> lock(State()->mutex);
   EXPECT_EQ(Fetch(id), nullptr);
+}
+
+TEST_F(LockingTest, FrameRequestsWhileThePluginEndsGiveAFrameOrNothing) {
+  const int64_t id = CreateViewer();
+  ASSERT_NE(Fetch(id), nullptr);
+  std::atomic<bool> ended{false};
+  std::thread raster([&] {
+    while (!ended) Fetch(id);
+    EXPECT_EQ(Fetch(id), nullptr);
+  });
+  DestroyPlugin();
+  ended = true;
+  raster.join();
+}
+
+TEST(ViewerPathTest, ClosingWaitsForThoseWhoAreAtTheViewer) {
+  OrbiskState state;
+  ViewerPath path(&state);
+  std::atomic<bool> at_the_viewer{false};
+  std::atomic<bool> closed{false};
+  std::thread follower([&] {
+    path.Follow([&](OrbiskState* viewer) {
+      EXPECT_EQ(viewer, &state);
+      at_the_viewer = true;
+      // Nobody who comes now finds the viewer: it is being closed.
+      while (path.Follow([](OrbiskState* later) { return later; }) != nullptr) std::this_thread::yield();
+      for (int turn = 0; turn < 1000; ++turn) std::this_thread::yield();
+      EXPECT_FALSE(closed);
+      return nullptr;
+    });
+  });
+  while (!at_the_viewer) std::this_thread::yield();
+  path.Close();
+  closed = true;
+  follower.join();
+}
+
+// A render thread that runs goes on with the renderer that a failed "createTexture" leaves.
+TEST_F(LockingTest, AFrameOfNoPixelsIsReadBackLikeAnyOther) {
+  Fetch(CreateViewer());
+  Call("startRendering");
+  ASSERT_TRUE(WaitForFrames(7, 1));
+  const fake_graphics::Allowance without_its_context(fake_graphics::FrameCalls());
+  Call("createTexture", Size(0, 0));
+  fake_graphics::ClearCalls();
+  ASSERT_TRUE(WaitForFrames(7, 2));
+  Call("stopRendering");
+  EXPECT_THAT(fake_graphics::Transcript(), HasSubstr("\nglReadPixels(0, 0, 0, 0, GL_RGBA, GL_UNSIGNED_BYTE)\n"
+                                                     "glGetError()"));
+}
+
+TEST_F(LockingTest, AFrameWithANegativeSideIsNotReadBack) {
+  Fetch(CreateViewer());
+  Call("startRendering");
+  ASSERT_TRUE(WaitForFrames(7, 1));
+  const fake_graphics::Allowance without_its_context(fake_graphics::FrameCalls());
+  Call("createTexture", Size(-1, 0));
+  fake_graphics::ClearCalls();
+  ASSERT_TRUE(WaitForFrames(7, 2));
+  Call("stopRendering");
+  EXPECT_THAT(fake_graphics::Transcript(), HasSubstr("glFinish()"));
+  EXPECT_THAT(fake_graphics::Transcript(), Not(HasSubstr("glReadPixels")));
 }
 
 TEST_F(LockingTest, AFrameUnderWayKeepsTheOldValuesAndTheNextOneHasAllNewOnes) {

@@ -278,6 +278,39 @@ TEST_F(TextureTest, ThePixelBufferCallbackAfterDisposeGivesNothingAndAllocatesNo
   EXPECT_EQ(State()->pixel_buffer, nullptr);
 }
 
+TEST_F(TextureTest, DisposeLeavesTheFrameToACopyThatIsUnderWay) {
+  const FlutterDesktopPixelBuffer* const frame = Fetch(CreateViewer(64, 48));
+  const uint8_t* const pixels = frame->buffer;
+  Call("dispose");
+  EXPECT_EQ(State()->retired_pixel_buffer.get(), frame);
+  EXPECT_EQ(State()->retired_pixels.get(), pixels);
+  EXPECT_EQ(frame->buffer, pixels);
+  EXPECT_EQ(frame->width * frame->height, 64u * 48u);
+  EXPECT_EQ(std::count(pixels, pixels + 64 * 48 * 4, 0), 64 * 48 * 4);
+}
+
+TEST_F(TextureTest, TheNextDisposeFreesTheFrameThatTheLastOneLeft) {
+  const FlutterDesktopPixelBuffer* const first = Fetch(CreateViewer());
+  Call("dispose");
+  const FlutterDesktopPixelBuffer* const second = Fetch(CreateTexture());
+  ASSERT_NE(second, first);
+  Call("dispose");
+  EXPECT_EQ(State()->retired_pixel_buffer.get(), second);
+  Call("dispose");
+  EXPECT_EQ(State()->retired_pixel_buffer, nullptr);
+  EXPECT_EQ(State()->retired_pixels, nullptr);
+}
+
+TEST_F(TextureTest, TexturesThatAreStillRegisteredWhenThePluginEndsGiveNothing) {
+  const int64_t first = CreateTexture();
+  const int64_t second = CreateTexture();
+  ASSERT_NE(Fetch(first), nullptr);
+  DestroyPlugin();
+  EXPECT_TRUE(embedder_.texture(first).registered);
+  EXPECT_EQ(Fetch(first), nullptr);
+  EXPECT_EQ(Fetch(second), nullptr);
+}
+
 TEST_F(TextureTest, CreateTextureAfterDisposeReusesTheViewerWithABufferOfTheNewSize) {
   Fetch(CreateViewer(64, 48));
   Call("dispose");
