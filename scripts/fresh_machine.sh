@@ -43,9 +43,6 @@ case "${1:-}" in
   -*) fail "no such option: $1" ;;
   *) recipes=("${@:-demo}") ;;
 esac
-for recipe in "${recipes[@]}"; do
-  [ -n "${own_command:-}" ] || print_recipe "$recipe" >/dev/null
-done
 
 scripts/install_packages.sh fresh
 echo "Runs with $(git log -1 --format='%h, "%s"')."
@@ -68,6 +65,13 @@ trap clean_up EXIT
 trap 'exit 129' HUP
 trap 'exit 130' INT
 trap 'exit 143' TERM
+
+# The first thing, so that all recipes run with the same commit, whatever is committed meanwhile.
+git clone --quiet --no-hardlinks . "$work/clone"
+for recipe in "${recipes[@]}"; do
+  if [ -n "${own_command:-}" ]; then echo "$own_command"; else (cd "$work/clone" && print_recipe "$recipe"); fi \
+    >"$work/$recipe.sh"
+done
 
 # Runs a command in namespaces of its own. In the background, as a signal is answered at once only in `wait`.
 contained() {
@@ -130,8 +134,8 @@ run_recipe() {
   rm -rf "$results"
   mkdir -p "$results"
   cp -a "$work/bare" "$root"
-  git clone --quiet --no-hardlinks . "$root/root/orbisk"
-  if [ -n "${own_command:-}" ]; then echo "$own_command"; else print_recipe "$recipe"; fi >"$root/root/recipe.sh"
+  cp -a "$work/clone" "$root/root/orbisk"
+  cp "$work/$recipe.sh" "$root/root/recipe.sh"
   [ "$recipe" != sysroot ] || make_sysroot "$root/path/to/sysroot" >"$results/sysroot.txt"
 
   SECONDS=0
