@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 scripts/install_packages.sh build
-scripts/build.sh release --target orbisk_host orbisk_plugin
+scripts/build.sh ship
 show=(--headless --out out/demo)
 [[ " $* " == *" --window "* ]] && show=()
-build/release/orbisk_host --model assets/device.glb --imu assets/imu_run.csv --distance 2.6 "${show[@]}" "$@"
+build/ship/orbisk_host --model assets/device.glb --imu assets/imu_run.csv --distance 2.6 "${show[@]}" "$@"

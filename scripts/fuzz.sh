@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds the fuzz targets and runs each for some time, all side by side; prints what came of it, and fails where
-# something was found.
+# something was found. Installs what is missing first.
 #
 # usage: scripts/fuzz.sh [SECONDS [TARGET...]]     60 seconds of every target when nothing is said
 #
@@ -18,8 +18,9 @@ shift || true
 targets=("$@")
 [ "${#targets[@]}" -gt 0 ] || targets=(glb_loader json_scanning message_decoder method_call)
 
-build="$PWD/build/fuzz"
+scripts/install_packages.sh build test fuzz
 scripts/build.sh fuzz
+build="$PWD/build/fuzz"
 "$build/fuzz/orbisk_fuzz_seeds" "$build/seeds"
 
 # What AddressSanitizer does with each allocation, stacks above all, would take more time than all the rest.

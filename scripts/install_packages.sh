@@ -1,19 +1,29 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, running and testing Orbisk needs and that are missing, and says which.
 #
-# usage: scripts/install_packages.sh [build|test|aarch64|bench|coverage|fuzz]...
+# usage: scripts/install_packages.sh [GROUP...]     build when nothing is said
+#   plugin    building the plug-in alone
+#   sysroot   building the plug-in alone for AArch64, against a sysroot
 #   build     the plug-in and the development host, and what the host needs to draw without a GPU
-#   test      what the tests need on top
-#   aarch64   what building for AArch64, and running that here, needs on top of both
-#   bench     what ./bench.sh needs on top of both
+#   test      what building and running the tests needs on top
+#   aarch64   what building for AArch64 needs on top of `build`; named along with `test`, also what the tests need on top
+#             to be built for it and run here
+#   bench     what ./bench.sh needs on top of `build` and `test`
 #   coverage  what scripts/coverage.sh needs on top of both
 #   fuzz      what scripts/fuzz.sh needs on top of both
+#   fresh     what scripts/fresh_machine.sh needs
 set -euo pipefail
 
+plugin_packages=(
+  g++ cmake ninja-build
+  libegl-dev libgles-dev libgbm-dev libx11-dev
+)
+sysroot_packages=(
+  g++-aarch64-linux-gnu cmake ninja-build
+)
 build_packages=(
-  g++ cmake ninja-build pkg-config
-  libegl-dev libgles-dev libgbm-dev libx11-dev                  # the plug-in
-  libsdl2-dev libcairo2-dev libwebp-dev libcli11-dev            # the development host
+  "${plugin_packages[@]}"
+  pkg-config libsdl2-dev libcairo2-dev libwebp-dev libcli11-dev # the development host
   libegl1 libgles2 libegl-mesa0 libgl1-mesa-dri                 # Mesa, whose llvmpipe draws on the CPU
   fontconfig fonts-dejavu-core                                  # the writing under the host's pictures
 )
@@ -24,10 +34,12 @@ test_packages=(
   xvfb xauth                                                    # window modes
 )
 aarch64_packages=(
-  g++-aarch64-linux-gnu qemu-user-static
-  # As above, for the target.
-  {libegl-dev,libgles-dev,libgbm-dev,libx11-dev}:arm64
+  g++-aarch64-linux-gnu
+  {libegl-dev,libgles-dev,libgbm-dev,libx11-dev}:arm64          # as above, for the target
   {libsdl2-dev,libcairo2-dev,libwebp-dev}:arm64
+)
+aarch64_test_packages=(
+  qemu-user-static
   {libegl1,libgles2,libegl-mesa0,libgl1-mesa-dri}:arm64
   {libgtest-dev,libgmock-dev,libpng-dev}:arm64
 )
@@ -43,17 +55,30 @@ coverage_packages=(
 fuzz_packages=(
   clang-14 libclang-rt-14-dev                                   # libFuzzer and the sanitizers' runtimes
 )
+fresh_packages=(
+  debootstrap git
+)
 
+groups=("${@:-build}")
 packages=()
-for group in "${@:-build}"; do
+for group in "${groups[@]}"; do
   case "$group" in
+    plugin) packages+=("${plugin_packages[@]}") ;;
+    sysroot) packages+=("${sysroot_packages[@]}") ;;
     build) packages+=("${build_packages[@]}") ;;
     test) packages+=("${test_packages[@]}") ;;
-    aarch64) packages+=("${aarch64_packages[@]}") ;;
+    aarch64)
+      packages+=("${aarch64_packages[@]}")
+      [[ " ${groups[*]} " != *" test "* ]] || packages+=("${aarch64_test_packages[@]}")
+      ;;
     bench) packages+=("${bench_packages[@]}") ;;
     coverage) packages+=("${coverage_packages[@]}") ;;
     fuzz) packages+=("${fuzz_packages[@]}") ;;
-    *) echo "install_packages.sh: no such group: $group (build, test, aarch64, bench, coverage, fuzz)" >&2; exit 2 ;;
+    fresh) packages+=("${fresh_packages[@]}") ;;
+    *)
+      echo "install_packages.sh: no such group: $group (its first lines tell which there are)" >&2
+      exit 2
+      ;;
   esac
 done
 

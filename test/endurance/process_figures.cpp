@@ -39,7 +39,7 @@ ProcessFigures ReadProcessFigures() {
 }
 
 void WaitForThreadsToLeave(int threads) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
   while (CountThreads() > threads && std::chrono::steady_clock::now() < deadline) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }

@@ -1,11 +1,13 @@
 // Runs the built plug-in for long and says whether it grows, beside a program of EGL calls alone that does the same:
-// what that one grows by is the driver's.
+// what that one grows by is the driver's. With --beside-threads, whether it starts where other threads come and go.
 
 #include <malloc.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -26,12 +28,17 @@ using endurance::WhenThreadEnds;
 constexpr int kFewestSteps = 20;
 
 struct Options {
+  bool beside_threads = false;
   std::string plugin_path;
   std::string model_path;
   int cycles = 1000;
   int restarts = 1000;
   int frames = 100000;
 };
+
+constexpr char kUsage[] =
+    "takes PLUGIN MODEL [CYCLES [RESTARTS [FRAMES]]]\n"
+    "          or --beside-threads PLUGIN MODEL [CYCLES [RESTARTS]]";
 
 struct Column {
   const char* title;
@@ -88,13 +95,21 @@ bool Judge(const char* step_name, const std::vector<Column>& columns, long heap_
   return objections.empty();
 }
 
-bool Run(const Options& options) {
-  const auto plugin = [&] { return endurance::MakePluginSubject(options.plugin_path, options.model_path); };
-  const auto bare = [&] { return endurance::MakeBareSubject(options.model_path, WhenThreadEnds::kLeaveCurrent); };
-  const auto releasing = [&] { return endurance::MakeBareSubject(options.model_path, WhenThreadEnds::kRelease); };
-  const auto run = [](endurance::Series series, int steps, const auto& make_subject) {
-    return endurance::RunInItsOwnProcess(series, steps, make_subject);
-  };
+using SubjectMaker = std::function<std::unique_ptr<endurance::Subject>()>;
+
+SubjectMaker Plugin(const Options& options) {
+  return [&options] { return endurance::MakePluginSubject(options.plugin_path, options.model_path); };
+}
+
+SubjectMaker Bare(const Options& options, WhenThreadEnds when_thread_ends) {
+  return [&options, when_thread_ends] { return endurance::MakeBareSubject(options.model_path, when_thread_ends); };
+}
+
+bool SoakAlone(const Options& options) {
+  const SubjectMaker plugin = Plugin(options);
+  const SubjectMaker bare = Bare(options, WhenThreadEnds::kLeaveCurrent);
+  const SubjectMaker releasing = Bare(options, WhenThreadEnds::kRelease);
+  const auto run = endurance::RunInItsOwnProcess;
 
   std::printf(
       "Frames follow each other at once: the sleeps that make them 33 ms long are left out. %d x %d pixels.\n"
@@ -122,23 +137,58 @@ bool Run(const Options& options) {
   return good;
 }
 
+// Prints how many starts failed. Failed starts are the driver's doing, and a matter of luck.
+bool CountFailedStartsBesideThreads(const Options& options) {
+  const auto failed = [](endurance::Series series, int steps, const SubjectMaker& make_subject) {
+    const auto beside_thread = [&make_subject] { return endurance::PutBesideIdleThread(make_subject()); };
+    return endurance::RunInItsOwnProcess(series, steps, beside_thread).back().failed_starts;
+  };
+  const SubjectMaker plugin = Plugin(options);
+  const SubjectMaker bare = Bare(options, WhenThreadEnds::kLeaveCurrent);
+
+  std::printf(
+      "Starts that bring no frame where another thread starts before each. A driver that finds the context current on the\n"
+      "drawing thread that has ended may refuse the next one.\n\n"
+      "%-40s | %7s | %7s | %12s\n",
+      "", "starts", "plug-in", "bare program");
+  const auto report = [&](const char* title, endurance::Series series, int steps) {
+    const int failures = failed(series, steps, plugin);
+    std::printf("%-40s | %7d | %7d | %12d\n", title, steps, failures, failed(series, steps, bare));
+    std::fflush(stdout);
+    return failures;
+  };
+  report("stop, start of one viewer", endurance::StartAndStop, options.restarts);
+  const int failures = report("dispose, create, load, start", endurance::OpenAndClose, options.cycles);
+  std::printf("\n%s\n", failures == 0 ? "ok: a viewer made anew always starts (stop and start is not judged)"
+                                       : "FAILED: a viewer made anew does not always start");
+  return failures == 0;
+}
+
+Options ParseOptions(std::vector<std::string> arguments) {
+  Options options;
+  if (!arguments.empty() && arguments.front() == "--beside-threads") {
+    options.beside_threads = true;
+    arguments.erase(arguments.begin());
+  }
+  std::vector<int*> steps = {&options.cycles, &options.restarts};
+  if (!options.beside_threads) steps.push_back(&options.frames);
+  if (arguments.size() < 2 || arguments.size() > 2 + steps.size()) throw std::runtime_error(kUsage);
+  options.plugin_path = arguments[0];
+  options.model_path = arguments[1];
+  for (size_t i = 2; i < arguments.size(); ++i) *steps[i - 2] = ParseSteps(arguments[i].c_str());
+  return options;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 3 || argc > 6) {
-    std::fprintf(stderr, "usage: orbisk_soak PLUGIN MODEL [CYCLES [RESTARTS [FRAMES]]]\n");
-    return 2;
-  }
   // Mesa's own warnings would pass for the plug-in's errors.
   setenv("EGL_LOG_LEVEL", "fatal", 0);
   // One arena for all threads: which arena a thread gets is chance, and how much of each lies idle with it.
   mallopt(M_ARENA_MAX, 1);
   try {
-    Options options = {argv[1], argv[2]};
-    if (argc > 3) options.cycles = ParseSteps(argv[3]);
-    if (argc > 4) options.restarts = ParseSteps(argv[4]);
-    if (argc > 5) options.frames = ParseSteps(argv[5]);
-    return Run(options) ? 0 : 1;
+    const Options options = ParseOptions({argv + 1, argv + argc});
+    return (options.beside_threads ? CountFailedStartsBesideThreads(options) : SoakAlone(options)) ? 0 : 1;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "orbisk_soak: %s\n", error.what());
     return 2;

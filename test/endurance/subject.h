@@ -38,6 +38,10 @@ enum class WhenThreadEnds { kLeaveCurrent, kRelease };
 /// driver's.
 std::unique_ptr<Subject> MakeBareSubject(const std::string& model_path, WhenThreadEnds when_thread_ends);
 
+/// The same, in a process where another thread starts before each start and ends before each stop. It is likely to get
+/// the stack, and with it the thread-local storage, of the drawing thread that has ended; the next one then gets another.
+std::unique_ptr<Subject> PutBesideIdleThread(std::unique_ptr<Subject> subject);
+
 }  // namespace endurance
 
 #endif  // TEST_ENDURANCE_SUBJECT_H_

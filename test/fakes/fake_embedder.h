@@ -169,7 +169,7 @@ class FakeEmbedder {
 
   /// Waits until `count` frames of the texture have been announced in all; false when the time is over.
   [[nodiscard]] bool WaitForMarks(int64_t id, int count,
-                                  std::chrono::milliseconds timeout = std::chrono::minutes(1)) const;
+                                  std::chrono::milliseconds timeout = std::chrono::minutes(10)) const;
 
   /// Calls `hook` on the marking thread after each mark of a registered texture has been counted; a hook that
   /// waits holds that thread there.

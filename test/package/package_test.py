@@ -27,6 +27,7 @@ FILES = {
     "share/doc/liborbisk-plugin/docs/performance/frame_by_vertices.svg",
     "share/doc/liborbisk-plugin/docs/performance/load_by_json.svg",
     "share/doc/liborbisk-plugin/docs/performance/load_by_vertices.svg",
+    "share/doc/liborbisk-plugin/docs/testing.md",
 }
 DEBIAN_NAMES = {"x86_64": "amd64", "aarch64": "arm64"}
 MACHINES = {"x86_64": "X86-64", "aarch64": "AArch64"}
