@@ -18,12 +18,11 @@
 #include <stdexcept>
 #include <tuple>
 
-#include "fake_graphics.h"
 #include "test/faults/operator_new.h"
 #include "test/faults/watchdog.h"
 #include "test/model/glb_builder.h"
 #include "test/model/read_fault.h"
-#include "test/plugin/source_fixture.h"
+#include "test/plugin/fake_graphics_fixture.h"
 
 using ::testing::AnyOf;
 using ::testing::HasSubstr;
@@ -39,10 +38,6 @@ const char kUnanswered[] = "Warning: Failed to respond to a message. This is a m
 
 // As AnswerText has it, or the exception's type: "throws ...".
 using Outcome = std::string;
-
-struct FreshGraphics {
-  FreshGraphics() { fake_graphics::Reset(); }
-};
 
 // A plug-in from nothing, as the fixtures of other tests are; here a test needs one for each point of failure.
 class Rig : private FreshGraphics, public PluginTest {
