@@ -170,7 +170,7 @@ TEST_P(AllocationFailureTest, TheExceptionLeavesOrALogLineIsCutAndTheNextCommand
   const fakes::Bytes message = Rig::Encode(it.command, it.arguments(folder.path()));
   bool a_result_existed = false;
   size_t points = 0;
-  Watchdog watchdog(std::chrono::minutes(1));
+  Watchdog watchdog(std::chrono::minutes(4));
   watchdog.BeginStory(it.name);
   for (int nth = 1;; ++nth) {
     SCOPED_TRACE("allocation " + std::to_string(nth));

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 namespace {
 
@@ -22,6 +23,8 @@ void HandClock::Advance(nanoseconds time) {
   const std::lock_guard<std::mutex> lock(mutex_);
   now_ += time;
 }
+
+void HandClock::SetSleepHook(std::function<void(nanoseconds length)> hook) { sleep_hook_ = std::move(hook); }
 
 std::vector<nanoseconds> HandClock::sleeps() const {
   const std::lock_guard<std::mutex> lock(mutex_);
@@ -41,6 +44,7 @@ nanoseconds HandClock::Read() {
 }
 
 void HandClock::Sleep(nanoseconds length) {
+  if (sleep_hook_) sleep_hook_(length);
   const std::lock_guard<std::mutex> lock(mutex_);
   sleeps_.push_back(length);
   now_ += length;

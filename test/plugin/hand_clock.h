@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <vector>
 
@@ -24,6 +25,11 @@ class HandClock {
 
   void Advance(std::chrono::nanoseconds time);
 
+  /// Calls `hook` on the thread before each of its sleeps, without a lock; an empty one ends that.
+  ///
+  /// Thread   the one whose clock it is.
+  void SetSleepHook(std::function<void(std::chrono::nanoseconds length)> hook);
+
   /// The sleeps that the thread has asked for so far, in order.
   std::vector<std::chrono::nanoseconds> sleeps() const;
 
@@ -35,6 +41,7 @@ class HandClock {
   void Sleep(std::chrono::nanoseconds length);
 
  private:
+  std::function<void(std::chrono::nanoseconds)> sleep_hook_;
   mutable std::mutex mutex_;
   mutable std::condition_variable was_read_;
   // Guarded by `mutex_`.

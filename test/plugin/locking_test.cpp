@@ -241,24 +241,19 @@ TEST_F(LockingTest, AFrameUnderWayKeepsTheOldValuesAndTheNextOneHasAllNewOnes) {
 
 // ---- Waiting for the lock ----------------------------------------------------------------------------------
 
-// Every frame takes longer than the frame interval, so that the render thread asks for the lock again as soon as it has
-// let go of it; and every frame lasts until somebody waits for the lock.
-class SlowFrameTest : public LockingTest {
+// A render thread, on a clock of its own, that keeps the lock until somebody waits for it, and asks for it again as soon
+// as it has let go of it.
+class LongHoldTest : public LockingTest {
  protected:
-  SlowFrameTest() {
-    id_ = CreateViewer();
-    Fetch(id_);
-    fake_graphics::SetHook("glClear", [this] { frames_begun_while_waited_for_ += State()->lock_waiters != 0; });
-    fake_graphics::SetHook("glFinish", [this] {
-      frame_under_way_ = true;
-      while (State()->lock_waiters == 0 && !over_) std::this_thread::yield();
-      frame_under_way_ = false;
-      clock_->Advance(45ms);
-    });
-    State()->stop_requested = false;
+  void StartRenderThread() {
     render_thread_ = std::thread([this] {
       HandClock clock;
       clock_ = &clock;
+      clock.SetSleepHook([this](std::chrono::nanoseconds length) {
+        if (length != 100ms) return;
+        HoldBegins();
+        Hold();
+      });
       plugin_under_test::RenderingThread(State());
     });
   }
@@ -270,32 +265,63 @@ class SlowFrameTest : public LockingTest {
     LockingTest::TearDown();
   }
 
-  // Runs `action`, which waits for the lock, again and again on this thread, each time while a frame is under way. No
-  // other frame may come before it.
+  // On the render thread, with the lock.
+  void HoldBegins() { begun_while_waited_for_ += State()->lock_waiters != 0; }
+  void Hold() {
+    held_ = true;
+    while (State()->lock_waiters == 0 && !over_) std::this_thread::yield();
+    held_ = false;
+  }
+
+  // Runs `action`, which waits for the lock, again and again on this thread, each time while the lock is held. The render
+  // thread may not have it once more before it.
   template <typename Action>
-  void ExpectToBeLetInBeforeTheNextFrame(Action action) {
+  void ExpectToBeLetInNext(Action action) {
     for (int time = 0; time < 300; ++time) {
-      while (!frame_under_way_) std::this_thread::yield();
+      while (!held_) std::this_thread::yield();
       action();
-      ASSERT_EQ(frames_begun_while_waited_for_, 0) << "time " << time;
+      ASSERT_EQ(begun_while_waited_for_, 0) << "time " << time;
     }
   }
 
-  int64_t id_;
   HandClock* clock_ = nullptr;  // the render thread's
-  std::atomic<int> frames_begun_while_waited_for_{0};
-  std::atomic<bool> frame_under_way_{false};
+  std::atomic<int> begun_while_waited_for_{0};
+  std::atomic<bool> held_{false};
   std::atomic<bool> over_{false};
   std::thread render_thread_;
 };
 
+TEST_F(LongHoldTest, ACommandWaitsForTheIdleWaitUnderWayAndNoOther) {
+  CreateTexture();
+  StartRenderThread();
+  ExpectToBeLetInNext(
+      [this] { ASSERT_EQ(Call("setQuaternion", QuaternionArguments(0, 0, 0, 1)), "success true"); });
+}
+
+// Every frame takes longer than the frame interval, so that none is followed by a sleep.
+class SlowFrameTest : public LongHoldTest {
+ protected:
+  SlowFrameTest() {
+    id_ = CreateViewer();
+    Fetch(id_);
+    fake_graphics::SetHook("glClear", [this] { HoldBegins(); });
+    fake_graphics::SetHook("glFinish", [this] {
+      Hold();
+      clock_->Advance(45ms);
+    });
+    StartRenderThread();
+  }
+
+  int64_t id_;
+};
+
 TEST_F(SlowFrameTest, ACommandWaitsForTheFrameUnderWayAndNoOther) {
-  ExpectToBeLetInBeforeTheNextFrame(
+  ExpectToBeLetInNext(
       [this] { ASSERT_EQ(Call("setQuaternion", QuaternionArguments(0, 0, 0, 1)), "success true"); });
 }
 
 TEST_F(SlowFrameTest, AFrameRequestWaitsForTheFrameUnderWayAndNoOther) {
-  ExpectToBeLetInBeforeTheNextFrame([this] { ASSERT_NE(Fetch(id_), nullptr); });
+  ExpectToBeLetInNext([this] { ASSERT_NE(Fetch(id_), nullptr); });
 }
 
 // ---- Lines -------------------------------------------------------------------------------------------------

@@ -80,4 +80,18 @@ TEST_F(PacingTest, TheWaitForTheLockCountsAgainstTheFrame) {
   EXPECT_THAT(clock.sleeps(), ElementsAre(33ms, 13ms));
 }
 
+TEST_F(PacingTest, LettingAWaiterInCountsAgainstTheFrame) {
+  CreateViewer();
+  HandClock clock;
+  State()->lock_waiters = 1;
+  clock.SetSleepHook([&](nanoseconds) {
+    if (State()->lock_waiters == 0) return;
+    clock.Advance(20ms);
+    State()->lock_waiters = 0;
+    State()->stop_requested = true;
+  });
+  plugin_under_test::RenderingThread(State());
+  EXPECT_EQ(clock.sleeps().back(), 13ms);
+}
+
 }  // namespace
