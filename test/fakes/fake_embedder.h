@@ -167,7 +167,8 @@ class FakeEmbedder {
   /// Failure  std::logic_error: still registered, or let go of already.
   void LetGoOfTexture(int64_t id);
 
-  /// Waits until `count` frames of the texture have been announced in all; false when the time is over.
+  /// Waits until `count` frames of the texture have been announced in all; false when the time is over. That is long
+  /// enough for the first frames of a software driver on a busy machine that emulates its processor.
   [[nodiscard]] bool WaitForMarks(int64_t id, int count,
                                   std::chrono::milliseconds timeout = std::chrono::minutes(10)) const;
 

@@ -18,13 +18,12 @@
 #include <stdexcept>
 #include <tuple>
 
-#include "fake_graphics.h"
 #include "renderer/log_line.h"
 #include "test/faults/operator_new.h"
 #include "test/faults/watchdog.h"
 #include "test/model/glb_builder.h"
 #include "test/model/read_fault.h"
-#include "test/plugin/source_fixture.h"
+#include "test/plugin/fake_graphics_fixture.h"
 
 using ::testing::AnyOf;
 using ::testing::HasSubstr;
@@ -40,10 +39,6 @@ const char kUnanswered[] = "Warning: Failed to respond to a message. This is a m
 
 // As AnswerText has it, or the exception's type: "throws ...".
 using Outcome = std::string;
-
-struct FreshGraphics {
-  FreshGraphics() { fake_graphics::Reset(); }
-};
 
 // A plug-in from nothing, as the fixtures of other tests are; here a test needs one for each point of failure.
 class Rig : private FreshGraphics, public PluginTest {
@@ -177,7 +172,7 @@ TEST_P(AllocationFailureTest, TheExceptionLeavesOrALogLineIsCutAndTheNextCommand
   const fakes::Bytes message = Rig::Encode(it.command, it.arguments(folder.path()));
   bool a_result_existed = false;
   size_t points = 0;
-  Watchdog watchdog(std::chrono::minutes(1));
+  Watchdog watchdog(std::chrono::minutes(4));
   watchdog.BeginStory(it.name);
   for (int nth = 1;; ++nth) {
     SCOPED_TRACE("allocation " + std::to_string(nth));

@@ -13,6 +13,7 @@ thread_local long t_balance = 0;
 thread_local int t_before_fault = 0;  // how many allocations it is to the one that fails; 0: none does
 thread_local operator_new::Fault::Extent t_extent = operator_new::Fault::kOnce;
 thread_local bool t_happened = false;
+thread_local operator_new::Watch* t_watches = nullptr;  // the latest, which knows the one before
 
 bool FailsNow() {
   if (fakes::IsInsideAFake()) return false;
@@ -37,6 +38,7 @@ void* Allocate(size_t size) noexcept {
 
 void Release(void* block) noexcept {
   if (block != nullptr) --t_balance;
+  operator_new::Watch::Note(block);
   std::free(block);
 }
 
@@ -60,6 +62,14 @@ Fault::Fault(int nth, Extent extent) {
 }
 Fault::~Fault() { t_before_fault = 0; }
 bool Fault::happened() const { return t_happened; }
+
+Watch::Watch(const void* block) : block_(block), next_(t_watches) { t_watches = this; }
+Watch::~Watch() { t_watches = next_; }
+void Watch::Note(const void* block) {
+  for (Watch* watch = t_watches; watch != nullptr; watch = watch->next_) {
+    if (watch->block_ == block) watch->released_ = true;
+  }
+}
 
 }  // namespace operator_new
 

@@ -28,6 +28,25 @@ class Fault {
   bool happened() const;
 };
 
+/// While one lives, knows whether the thread that made it has released a block.
+class Watch {
+ public:
+  explicit Watch(const void* block);
+  ~Watch();
+  Watch(const Watch&) = delete;
+  Watch& operator=(const Watch&) = delete;
+
+  bool released() const { return released_; }
+
+  // Called for every block that is released on the thread.
+  static void Note(const void* block);
+
+ private:
+  const void* const block_;
+  bool released_ = false;
+  Watch* const next_;
+};
+
 }  // namespace operator_new
 
 #endif  // TEST_FAULTS_OPERATOR_NEW_H_

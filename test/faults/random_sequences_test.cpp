@@ -238,7 +238,7 @@ TEST_P(RandomSequencesTest, EveryCommandComesToWhatItMustAndTheViewerStaysUsable
   const uint64_t count =
       FromEnvironment("ORBISK_SEQUENCE_COUNT", static_cast<uint64_t>(graphics::DefaultSequenceCount()));
   const ModelFiles files;
-  Watchdog watchdog(120s);
+  Watchdog watchdog(4min);
   Totals totals;
   long sequences = 0;
   const auto start = std::chrono::steady_clock::now();

@@ -9,7 +9,10 @@
 
 /// Keeps the story of what a test is doing, and tells it on the real standard error where the process ends before its
 /// time: a step that takes longer than `limit` (the watchdog ends the process then), a memory error that a sanitizer
-/// finds, a fatal signal, an exception that nobody catches. The sanitizers' own reports go there as well, past any LogCapture.
+/// finds, a fatal signal, an exception that nobody catches. The sanitizers' own reports go there as well, past any
+/// LogCapture.
+///
+/// The limit is for a step that never ends; one that a busy machine could reach would end good runs.
 ///
 /// Only one may live at a time.
 class Watchdog {

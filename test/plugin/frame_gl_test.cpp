@@ -231,4 +231,14 @@ TEST_F(FrameGLTest, AnUnknownOrientationStillGivesAFrame) {
   ExpectAxes({1, 0, 0}, {0, 1, 0}, {0, 0, 1});
 }
 
+TEST_F(FrameGLTest, ARendererWhoseSetUpFailedIsDrawnWithAndDoesNoHarm) {
+  State()->texture_id = -1;  // a warning tells of the first frame
+  Call("createTexture", Size(-1, 48));
+  SetSmallModel();
+  EXPECT_EQ(Call("startRendering"), "success true");
+  EXPECT_TRUE(out_.WaitFor("[Orbisk] WARNING: Cannot mark texture - registrar=OK texture_id=-1\n"));
+  EXPECT_EQ(Call("stopRendering"), "success true");
+  State()->texture_id = id_;
+}
+
 }  // namespace

@@ -5,12 +5,14 @@
 #include <atomic>
 #include <cstdio>
 #include <string>
+#include <utility>
 
 #include "fake_graphics.h"
 
 namespace {
 
 std::atomic<bool> g_recording{false};
+std::function<void(const std::string&)> g_hook;  // written only while nothing is recorded
 thread_local std::FILE* t_unflushed = nullptr;
 
 void NoteMissingFlush() {
@@ -19,6 +21,7 @@ void NoteMissingFlush() {
 
 // `text` holds one line, or several that were written at once.
 void Record(std::FILE* stream, std::string text) {
+  if (g_hook) g_hook(text);
   NoteMissingFlush();
   t_unflushed = stream;
   const char* const name = stream == stdout ? "out: " : "err: ";
@@ -38,7 +41,10 @@ Function Next(const char* name) {
 
 namespace line_recorder {
 
-void Start() { g_recording = true; }
+void Start(std::function<void(const std::string& text)> hook) {
+  g_hook = std::move(hook);
+  g_recording = true;
+}
 
 void Stop() {
   NoteMissingFlush();

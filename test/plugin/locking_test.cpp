@@ -7,11 +7,15 @@
 #include <map>
 #include <set>
 
-#include "fake_graphics.h"
 #include "test/model/glb_builder.h"
-#include "test/plugin/source_fixture.h"
+#include "test/plugin/fake_graphics_fixture.h"
+#include "test/plugin/hand_clock.h"
+#include "test/plugin/line_recorder.h"
 
 using namespace std::chrono_literals;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
@@ -32,18 +36,8 @@ const char* const kReplacementFunctions[] = {
     "eglInitialize",   "eglChooseConfig",         "eglCreateContext",  "eglMakeCurrent", "eglCreatePbufferSurface",
     "glGenFramebuffers", "glCheckFramebufferStatus", "glCompileShader",   "glLinkProgram"};
 
-struct FreshGraphics {
-  FreshGraphics() { fake_graphics::Reset(); }
-};
-
-class LockingTest : private FreshGraphics, public PluginTest {
+class LockingTest : public FakeGraphicsPluginTest {
  protected:
-  ~LockingTest() override {
-    const fake_graphics::Allowance allowance(fake_graphics::CleanupDeletions());
-    DestroyPlugin();
-    fake_graphics::Reset();
-  }
-
   // Notes, for each of the functions, in what state of the lock and on which thread it is called from now on.
   template <typename Functions>
   void Watch(const Functions& functions) {
@@ -190,6 +184,27 @@ TEST_F(LockingTest, AFrameRequestAfterDisposeDoesNotWaitForTheLock) {
   EXPECT_EQ(Fetch(id), nullptr);
 }
 
+TEST_F(LockingTest, AFrameRequestThatWaitsForTheLockWhileItsViewerIsDisposedGetsNothing) {
+  const int64_t id = CreateViewer();
+  std::unique_lock<std::mutex> lock(State()->mutex);
+  const FlutterDesktopPixelBuffer not_fetched = {};
+  const FlutterDesktopPixelBuffer* frame = &not_fetched;
+  std::thread raster([&] { frame = Fetch(id); });
+  while (State()->lock_waiters == 0) std::this_thread::yield();
+  State()->disposed = true;
+  lock.unlock();
+  raster.join();
+  EXPECT_EQ(frame, nullptr);
+  EXPECT_EQ(State()->pixel_buffer, nullptr);
+}
+
+TEST_F(LockingTest, AFrameThatIsDrawnWhileItsThreadIsAskedToStopIsAnnounced) {
+  const int64_t id = CreateViewer();
+  fake_graphics::SetHook("glFinish", [] { State()->stop_requested = true; });
+  plugin_under_test::RenderingThread(State());
+  EXPECT_EQ(embedder_.texture(id).marks, 1);
+}
+
 TEST_F(LockingTest, FrameRequestsWhileThePluginEndsGiveAFrameOrNothing) {
   const int64_t id = CreateViewer();
   ASSERT_NE(Fetch(id), nullptr);
@@ -233,7 +248,7 @@ TEST_F(LockingTest, AFrameOfNoPixelsIsReadBackLikeAnyOther) {
   const fake_graphics::Allowance without_its_context(fake_graphics::FrameCalls());
   Call("createTexture", Size(0, 0));
   fake_graphics::ClearCalls();
-  ASSERT_TRUE(WaitForFrames(7, 2));
+  ASSERT_TRUE(WaitForFrames(7, 3)) << "two may have been under way";
   Call("stopRendering");
   EXPECT_THAT(fake_graphics::Transcript(), HasSubstr("\nglReadPixels(0, 0, 0, 0, GL_RGBA, GL_UNSIGNED_BYTE)\n"
                                                      "glGetError()"));
@@ -246,7 +261,7 @@ TEST_F(LockingTest, AFrameWithANegativeSideIsNotReadBack) {
   const fake_graphics::Allowance without_its_context(fake_graphics::FrameCalls());
   Call("createTexture", Size(-1, 0));
   fake_graphics::ClearCalls();
-  ASSERT_TRUE(WaitForFrames(7, 2));
+  ASSERT_TRUE(WaitForFrames(7, 3)) << "two may have been under way";
   Call("stopRendering");
   EXPECT_THAT(fake_graphics::Transcript(), HasSubstr("glFinish()"));
   EXPECT_THAT(fake_graphics::Transcript(), Not(HasSubstr("glReadPixels")));
@@ -288,63 +303,229 @@ TEST_F(LockingTest, AFrameUnderWayKeepsTheOldValuesAndTheNextOneHasAllNewOnes) {
   EXPECT_EQ(y_scale(1), -y_scale(0)) << "half a turn about X turns Y around";
 }
 
-// Every frame takes `kSlowFrame`, more than the frame interval, and two threads keep the processors busy.
-class SlowFrameTest : public LockingTest {
- protected:
-  static constexpr auto kSlowFrame = 45ms;
-  static constexpr int kMostFrames = 2;  // one under way, one that began before the waiter was seen
+// ---- Waiting for the lock ----------------------------------------------------------------------------------
 
+// A render thread, on a clock of its own, that keeps the lock until somebody waits for it, and asks for it again as soon
+// as it has let go of it.
+class LongHoldTest : public LockingTest {
+ protected:
+  void StartRenderThread() {
+    render_thread_ = std::thread([this] {
+      HandClock clock;
+      clock_ = &clock;
+      clock.SetSleepHook([this](std::chrono::nanoseconds length) {
+        if (length != 100ms) return;
+        HoldBegins();
+        Hold();
+      });
+      plugin_under_test::RenderingThread(State());
+    });
+  }
+
+  void TearDown() override {
+    over_ = true;
+    State()->stop_requested = true;
+    render_thread_.join();
+    LockingTest::TearDown();
+  }
+
+  // On the render thread, with the lock.
+  void HoldBegins() { begun_while_waited_for_ += State()->lock_waiters != 0; }
+  void Hold() {
+    held_ = true;
+    while (State()->lock_waiters == 0 && !over_) std::this_thread::yield();
+    held_ = false;
+  }
+
+  // Runs `action`, which waits for the lock, again and again on this thread, each time while the lock is held. The render
+  // thread may not have it once more before it.
+  template <typename Action>
+  void ExpectToBeLetInNext(Action action) {
+    for (int time = 0; time < 300; ++time) {
+      while (!held_) std::this_thread::yield();
+      action();
+      ASSERT_EQ(begun_while_waited_for_, 0) << "time " << time;
+    }
+  }
+
+  HandClock* clock_ = nullptr;  // the render thread's
+  std::atomic<int> begun_while_waited_for_{0};
+  std::atomic<bool> held_{false};
+  std::atomic<bool> over_{false};
+  std::thread render_thread_;
+};
+
+TEST_F(LongHoldTest, ACommandWaitsForTheIdleWaitUnderWayAndNoOther) {
+  CreateTexture();
+  StartRenderThread();
+  ExpectToBeLetInNext(
+      [this] { ASSERT_EQ(Call("setQuaternion", QuaternionArguments(0, 0, 0, 1)), "success true"); });
+}
+
+// Every frame takes longer than the frame interval, so that none is followed by a sleep.
+class SlowFrameTest : public LongHoldTest {
+ protected:
   SlowFrameTest() {
     id_ = CreateViewer();
     Fetch(id_);
-    fake_graphics::SetHook("glClear", [this] { ++frames_begun_; });
-    fake_graphics::SetHook("glFinish", [] { std::this_thread::sleep_for(kSlowFrame); });
-    for (std::thread& thread : busy_) {
-      thread = std::thread([this] {
-        while (!done_) {
-        }
-      });
-    }
-    Call("startRendering");
-    EXPECT_TRUE(WaitForFrames(id_, 1));
-  }
-  ~SlowFrameTest() override {
-    done_ = true;
-    for (std::thread& thread : busy_) thread.join();
-    Call("stopRendering");
-  }
-
-  // Returns when a frame has just begun, so that what the caller does next has to wait for it.
-  void WaitForFrameToBegin() const {
-    const int frames_before = frames_begun_;
-    while (frames_begun_ == frames_before) std::this_thread::yield();
+    fake_graphics::SetHook("glClear", [this] { HoldBegins(); });
+    fake_graphics::SetHook("glFinish", [this] {
+      Hold();
+      clock_->Advance(45ms);
+    });
+    StartRenderThread();
   }
 
   int64_t id_;
-  std::atomic<int> frames_begun_{0};
-  std::atomic<bool> done_{false};
-  std::array<std::thread, 2> busy_;
 };
 
-TEST_F(SlowFrameTest, ACommandWaitsForAtMostTwoFrames) {
-  for (int command = 0; command < 300; ++command) {
-    WaitForFrameToBegin();
-    const int frames_before = frames_begun_;
-    ASSERT_EQ(Call("setQuaternion", QuaternionArguments(0, 0, 0, 1)), "success true");
-    ASSERT_LE(frames_begun_ - frames_before, kMostFrames) << "command " << command;
-  }
+TEST_F(SlowFrameTest, ACommandWaitsForTheFrameUnderWayAndNoOther) {
+  ExpectToBeLetInNext(
+      [this] { ASSERT_EQ(Call("setQuaternion", QuaternionArguments(0, 0, 0, 1)), "success true"); });
 }
 
-TEST_F(SlowFrameTest, AFrameRequestWaitsForAtMostTwoFrames) {
-  std::thread raster([this] {
-    for (int request = 0; request < 300; ++request) {
-      WaitForFrameToBegin();
-      const int frames_before = frames_begun_;
-      ASSERT_NE(Fetch(id_), nullptr);
-      ASSERT_LE(frames_begun_ - frames_before, kMostFrames) << "request " << request;
-    }
-  });
-  raster.join();
+TEST_F(SlowFrameTest, AFrameRequestWaitsForTheFrameUnderWayAndNoOther) {
+  ExpectToBeLetInNext([this] { ASSERT_NE(Fetch(id_), nullptr); });
+}
+
+// ---- Lines -------------------------------------------------------------------------------------------------
+
+class LineTest : public LockingTest {
+ protected:
+  // What `noted` makes of each of the plug-in front's lines, at the moment when `action` makes it write that line.
+  template <typename Noted, typename Action>
+  static std::vector<std::string> Lines(Noted noted, Action action) {
+    const std::string tag = "[Orbisk] ";
+    std::vector<std::string> lines;
+    line_recorder::Start([&](const std::string& text) {
+      if (text.compare(0, tag.size(), tag) != 0) return;
+      lines.push_back(noted(text.substr(tag.size(), text.find('\n') - tag.size())));
+    });
+    action();
+    line_recorder::Stop();
+    return lines;
+  }
+
+  static std::string WithLock(const std::string& line) {
+    return (IsLocked(State()->mutex) ? "locked: " : "free: ") + line;
+  }
+  template <typename Action>
+  static std::vector<std::string> LinesWithLock(Action action) {
+    return Lines(WithLock, action);
+  }
+
+  static std::string WithRendering(const std::string& line) {
+    return (State()->rendering ? "rendering: " : "not: ") + line;
+  }
+
+  // Runs the body of the render thread on this thread, on a clock of its own.
+  static void RunRenderThread() {
+    const HandClock clock;
+    plugin_under_test::RenderingThread(State());
+  }
+};
+
+const std::string kFreeBar = "free: " + kBar;
+const std::string kLockedBar = "locked: " + kBar;
+
+TEST_F(LineTest, CreateTextureWritesUnderTheLockFromTheRendererOn) {
+  CreateViewer();
+  EXPECT_THAT(LinesWithLock([this] { CreateTexture(32, 24); }),
+              ElementsAre(kFreeBar, "free: CreateTexture called", kFreeBar, "free: Requested texture size: 32x24",
+                          "free: Reusing existing viewer state", "locked: Creating EGL renderer...",
+                          "locked: EGL renderer initialized successfully", "locked: Loading shaders...",
+                          "locked: Shaders loaded successfully", "locked: Context released from main thread",
+                          "locked: Creating Flutter texture variant...",
+                          "locked: Registering texture with Flutter...", kLockedBar,
+                          "locked: Texture created with ID: 8", kLockedBar));
+}
+
+TEST_F(LineTest, LoadModelWritesUnderTheLockFromTheFirstAttemptOn) {
+  const glb_builder::TemporaryFolder folder;
+  const std::string path = folder.Write("model.glb", glb_builder::Glb().Add(glb_builder::Triangle()));
+  CreateViewer();
+  EXPECT_THAT(LinesWithLock([&] { Call("loadModel", Map({{"modelPath", path}})); }),
+              ElementsAre(kFreeBar, "free: LoadModel called", kFreeBar, "free: Model path (original): " + path,
+                          "locked: Loading GLB model...", "locked: Trying path: " + path,
+                          "locked: Successfully loaded from: " + path, kLockedBar,
+                          "locked: Model loaded successfully!", "locked: Total meshes: 1",
+                          "locked:   Mesh 0: vertices=3 triangles=1 color=(0.8,0.8,0.8)",
+                          "locked: Total vertices: 3", "locked: Total triangles: 1",
+                          "locked: GLB loader log: Found 1 meshes", kLockedBar));
+}
+
+TEST_F(LineTest, AFailedLoadModelWritesUnderTheLockToo) {
+  CreateViewer();
+  EXPECT_THAT(LinesWithLock([this] { Call("loadModel", Map({{"modelPath", "none"}})); }),
+              ElementsAre(kFreeBar, "free: LoadModel called", kFreeBar, "free: Model path (original): none",
+                          "locked: Loading GLB model...", "locked: Trying path: none",
+                          "locked: Trying path: data/flutter_assets/none",
+                          "locked: ERROR: Failed to load model from any path", "locked: Tried paths:",
+                          "locked:   - none", "locked:   - data/flutter_assets/none",
+                          "locked: GLB loader log: fail: read file"));
+}
+
+TEST_F(LineTest, DisposeWritesUnderTheLockOnlyWhileItReleases) {
+  CreateViewer();
+  const fake_graphics::Allowance allowance(fake_graphics::CleanupDeletions());
+  EXPECT_THAT(LinesWithLock([this] { Call("dispose"); }),
+              ElementsAre("free: Dispose called", "free: Setting disposal flag...",
+                          "free: Stopping rendering thread...", "free: Rendering thread stopped",
+                          "free: Unregistering texture 7", "locked: Cleaning up pixel buffer...",
+                          "locked: Cleaning up EGL resources...", "locked: Cleaning up model data...",
+                          "free: Disposed (state and texture kept alive for safety)"));
+}
+
+TEST_F(LineTest, TheCommandsThatSetNumbersWriteWithoutTheLock) {
+  CreateViewer();
+  EXPECT_THAT(LinesWithLock([this] {
+                Call("setCameraDistance", Map({{"distance", 2.0}}));
+                Call("setModelScale", Map({{"scale", 3.0}}));
+                Call("setBaseRotation", AngleArguments(1, 2, 3));
+                Call("setBaseQuaternion", QuaternionArguments(0, 0, 0, 1));
+              }),
+              ElementsAre("free: Camera distance set to: 2", "free: Model scale set to: 3",
+                          "free: Base rotation set to: roll=1\xC2\xB0 pitch=2\xC2\xB0 yaw=3\xC2\xB0",
+                          "free: Base quaternion set to: x=0 y=0 z=0 w=1"));
+}
+
+TEST_F(LineTest, TheRenderThreadTellsWhatItWaitsForUnderTheLock) {
+  CreateTexture();
+  const auto stop_at_the_wait = [](const std::string& line) {
+    State()->stop_requested = line.rfind("Waiting", 0) == 0;
+    return WithLock(line);
+  };
+  EXPECT_THAT(Lines(stop_at_the_wait, RunRenderThread),
+              ElementsAre(kFreeBar, "free: Rendering thread STARTED", kFreeBar,
+                          EndsWith("EGL context made current in rendering thread"),
+                          "locked: Waiting for renderer/model... renderer=OK mesh_count=0", kFreeBar,
+                          "free: Rendering thread STOPPED (rendered 1 frames)", kFreeBar));
+}
+
+TEST_F(LineTest, TheRenderThreadWarnsOfAFrameThatCannotBeAnnouncedWithoutTheLock) {
+  CreateViewer();
+  State()->texture_id = -1;
+  fake_graphics::SetHook("glFinish", [] { State()->stop_requested = true; });
+  EXPECT_THAT(LinesWithLock(RunRenderThread),
+              Contains("free: WARNING: Cannot mark texture - registrar=OK texture_id=-1"));
+}
+
+TEST_F(LineTest, TheRenderThreadCountsAsRenderingBetweenItsStartedAndItsStoppedLines) {
+  CreateViewer();
+  fake_graphics::SetHook("glFinish", [] { State()->stop_requested = true; });
+  EXPECT_THAT(Lines(WithRendering, RunRenderThread),
+              ElementsAre("not: " + kBar, "not: Rendering thread STARTED", "not: " + kBar,
+                          "rendering: EGL context made current in rendering thread", "not: " + kBar,
+                          "not: Rendering thread STOPPED (rendered 1 frames)", "not: " + kBar));
+}
+
+TEST_F(LineTest, ARenderThreadWithoutItsContextCountsAsRenderingUntilItHasSaidSo) {
+  CreateViewer();
+  fake_graphics::FailCall("eglMakeCurrent");
+  EXPECT_THAT(Lines(WithRendering, RunRenderThread),
+              ElementsAre("not: " + kBar, "not: Rendering thread STARTED", "not: " + kBar,
+                          "rendering: ERROR: Failed to make EGL context current in rendering thread!"));
+  EXPECT_FALSE(State()->rendering);
 }
 
 }  // namespace

@@ -156,4 +156,38 @@ TEST_F(OrientationCommandsTest, ValuesPersistAcrossDisposeAndAreTakenAfterIt) {
   EXPECT_EQ(State()->model_scale, 4.0f);
 }
 
+TEST_F(OrientationCommandsTest, DistanceAndScaleAreLoggedAsReceived) {
+  // No floats: they are stored as infinity and 0.
+  Call("setCameraDistance", Map({{"distance", 1e300}}));
+  Call("setModelScale", Map({{"scale", 1e-50}}));
+  EXPECT_EQ(out_.Take(),
+            "[Orbisk] Camera distance set to: 1e+300\n"
+            "[Orbisk] Model scale set to: 1e-50\n");
+}
+
+TEST_F(OrientationCommandsTest, AllThatHasBeenSetSurvivesCreateTextureAndDispose) {
+  OrbiskState& state = *State();
+  const std::vector<float*> fields = {
+      &state.quat_x, &state.quat_y,   &state.quat_z,     &state.quat_w,    &state.yaw,             &state.pitch,
+      &state.roll,   &state.base_yaw, &state.base_pitch, &state.base_roll, &state.camera_distance, &state.model_scale};
+  std::vector<float> set;
+  for (float* field : fields) {
+    set.push_back(10.0f + static_cast<float>(set.size()));
+    *field = set.back();
+  }
+  const auto values = [&] {
+    std::vector<float> all;
+    for (const float* field : fields) all.push_back(*field);
+    return all;
+  };
+
+  CreateTexture();
+  EXPECT_EQ(values(), set) << "after a second createTexture";
+  Call("dispose");
+  EXPECT_EQ(values(), set) << "after dispose";
+  CreateTexture();
+  EXPECT_EQ(values(), set) << "after createTexture on a disposed viewer";
+  EXPECT_EQ(State(), &state);
+}
+
 }  // namespace

@@ -1,36 +1,38 @@
-// The render thread: when it waits, draws, announces, warns, paces itself, lets commands in and ends.
+// The render thread: when it waits, draws, announces, warns, lets commands in and ends. Its body runs on the test's own
+// thread and on a clock that stands still but for its sleeps, so that what comes after how many waits and frames is the
+// same on every machine.
 
-#include <atomic>
 #include <chrono>
+#include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "test/plugin/sleep_recorder.h"
-#include "test/plugin/source_fixture.h"
+#include "test/plugin/fake_graphics_fixture.h"
+#include "test/plugin/hand_clock.h"
 
 using namespace std::chrono_literals;
 using ::testing::HasSubstr;
 using ::testing::Not;
-using ::testing::StartsWith;
 
 namespace {
 
-class RenderLoopTest : public PluginTest {
+class RenderLoopTest : public FakeGraphicsPluginTest {
  protected:
-  // Runs the thread's body on `state` until `done` returns true, then asks it to stop and waits for its end.
-  template <typename Done>
-  static void RunUntil(OrbiskState& state, Done done) {
-    std::thread thread(plugin_under_test::RenderingThread, &state);
-    const auto deadline = std::chrono::steady_clock::now() + 1min;
-    while (!done() && std::chrono::steady_clock::now() < deadline) std::this_thread::yield();
-    EXPECT_TRUE(done());
-    state.stop_requested = true;
-    thread.join();
+  // Runs the thread's body on `state`. At each wait, with the lock, and behind each frame, without it, asks whether it is
+  // `done`; the thread is asked to stop then.
+  void RunUntil(OrbiskState& state, const std::function<bool()>& done) {
+    waits_ = 0;
+    frames_ = 0;
+    HandClock clock;
+    clock.SetSleepHook([&](std::chrono::nanoseconds length) {
+      ++(length == 100ms ? waits_ : frames_);
+      if (done()) state.stop_requested = true;
+    });
+    plugin_under_test::RenderingThread(&state);
   }
 
-  static int WaitsBegun() { return sleep_recorder::Begun(100ms); }
-  static int FramesPaced() { return sleep_recorder::Begun(1ms, 33ms); }
+  int waits_ = 0;
+  int frames_ = 0;
 };
 
 std::string Warning(const char* registrar, const char* texture_id) {
@@ -58,65 +60,62 @@ const std::string kStarted = OrbiskLines({kBar, "Rendering thread STARTED", kBar
 TEST_F(RenderLoopTest, StartedWithoutRendererWaitsAndBindsNoContext) {
   OrbiskState state;
   out_.Take();
-  const int waits_before = WaitsBegun();
-  RunUntil(state, [&] { return WaitsBegun() >= waits_before + 1; });
-  EXPECT_EQ(out_.Take(), kStarted + Waiting("NULL", 0) + Stopped(WaitsBegun() - waits_before));
+  RunUntil(state, [] { return true; });
+  EXPECT_EQ(out_.Take(), kStarted + Waiting("NULL", 0) + Stopped(1));
   EXPECT_EQ(err_.Take(), "");
+  EXPECT_EQ(fake_graphics::Transcript(), "");
   EXPECT_FALSE(state.rendering);
 }
 
 TEST_F(RenderLoopTest, WithoutAModelItWaitsWithOneLineEveryThirtyWaitsAndAnnouncesNothing) {
   const int64_t id = CreateTexture();
-  SetModel({});
   out_.Take();
   std::vector<std::string> before_each_wait;
-  sleep_recorder::SetHook(100ms, [&] { before_each_wait.push_back(out_.Take()); });
-  const int waits_before = WaitsBegun();
-  RunUntil(*State(), [&] { return WaitsBegun() >= waits_before + 31; });
-  sleep_recorder::SetHook({}, nullptr);
+  RunUntil(*State(), [&] {
+    before_each_wait.push_back(out_.Take());
+    return waits_ == 62;
+  });
 
-  std::vector<std::string> expected(before_each_wait.size());
+  std::vector<std::string> expected(62);
   expected[0] = kStarted + OrbiskLines({"EGL context made current in rendering thread"}) + Waiting("OK", 0);
   expected[30] = Waiting("OK", 0);
+  expected[60] = Waiting("OK", 0);
   EXPECT_EQ(before_each_wait, expected);
-  EXPECT_EQ(out_.Take(), Stopped(WaitsBegun() - waits_before));
+  EXPECT_EQ(out_.Take(), Stopped(62));
   EXPECT_EQ(embedder_.texture(id).marks, 0);
 }
 
 TEST_F(RenderLoopTest, AStopWhileWaitingEndsAfterTheWaitUnderWay) {
   OrbiskState state;
-  const int waits_before = WaitsBegun();
-  RunUntil(state, [&] { return WaitsBegun() >= waits_before + 1; });
-  EXPECT_LE(WaitsBegun(), waits_before + 2) << "a stop may come just before the next wait";
+  RunUntil(state, [] { return true; });
+  EXPECT_EQ(waits_, 1);
 }
 
 TEST_F(RenderLoopTest, ItEndsWhenItsViewerIsDisposed) {
   OrbiskState state;
-  std::thread thread(plugin_under_test::RenderingThread, &state);
-  EXPECT_TRUE(out_.WaitFor(Waiting("NULL", 0)));
-  state.disposed = true;
-  thread.join();
+  RunUntil(state, [&] {
+    state.disposed = true;
+    return false;
+  });
+  EXPECT_EQ(waits_, 1);
   EXPECT_FALSE(state.rendering);
 }
 
 TEST_F(RenderLoopTest, ItStartsDrawingWhenAModelArrives) {
   const int64_t id = CreateTexture();
-  const int waits_before = WaitsBegun();
-  RunUntil(*State(), [&] {
-    if (WaitsBegun() > waits_before && State()->rendering) {
-      const StateLock lock(*State());
-      if (State()->model.meshes.empty()) State()->model.meshes = {Box({0, 0, 0}, 1, {1, 1, 1, 1})};
-    }
-    return embedder_.texture(id).marks >= 2;
+  RunUntil(*State(), [this] {
+    State()->model.meshes = {Box({0, 0, 0}, 1, {1, 1, 1, 1})};
+    return frames_ == 2;
   });
+  EXPECT_EQ(waits_, 1);
+  EXPECT_EQ(embedder_.texture(id).marks, 2);
 }
 
 TEST_F(RenderLoopTest, AContextThatCannotBeMadeCurrentEndsTheThreadWithOneErrorAndNoStoppedLines) {
   CreateViewer();
-  ASSERT_TRUE(State()->renderer->makeContextCurrent()) << "on this thread, so that no other can have it";
+  fake_graphics::FailCall("eglMakeCurrent");
   EXPECT_EQ(Call("startRendering"), "success true");
   State()->render_thread->join();
-  State()->renderer->releaseContext();
   EXPECT_FALSE(State()->rendering);
   EXPECT_EQ(err_.Take(),
             "[EGLRenderer] Failed to make context current\n"
@@ -126,66 +125,57 @@ TEST_F(RenderLoopTest, AContextThatCannotBeMadeCurrentEndsTheThreadWithOneErrorA
   EXPECT_EQ(State()->render_thread, nullptr);
 }
 
-TEST_F(RenderLoopTest, ARendererWhoseSetUpFailedIsDrawnWithAndDoesNoHarm) {
-  Call("createTexture", Size(-1, 48));
-  SetSmallModel();
-  const int frames_before = FramesPaced();
-  EXPECT_EQ(Call("startRendering"), "success true");
-  while (FramesPaced() < frames_before + 3) std::this_thread::yield();
-  EXPECT_EQ(Call("stopRendering"), "success true");
-}
-
 TEST_F(RenderLoopTest, WithoutARegistrarItDrawsAndWarnsFiveTimesThenNeverAgain) {
   const int64_t id = CreateViewer();
   flutter::PluginRegistrar* const registrar = plugin_under_test::Registrar();
   plugin_under_test::SetRegistrar(nullptr);
-  const int frames_before = FramesPaced();
-  RunUntil(*State(), [&] { return FramesPaced() >= frames_before + 8; });
+  RunUntil(*State(), [this] { return frames_ == 8; });
   plugin_under_test::SetRegistrar(registrar);
-  EXPECT_THAT(out_.Take(), StartsWith(kStarted + OrbiskLines({"EGL context made current in rendering thread"}) +
-                                      Repeated(5, Warning("NULL", "7")) + OrbiskLines({kBar})));
+  EXPECT_EQ(out_.Take(), kStarted + OrbiskLines({"EGL context made current in rendering thread"}) +
+                             Repeated(5, Warning("NULL", "7")) + Stopped(8));
   EXPECT_EQ(embedder_.texture(id).marks, 0);
 }
 
 TEST_F(RenderLoopTest, WithoutATextureItDrawsAndWarnsFiveTimesThenNeverAgain) {
-  const int64_t id = CreateViewer();
+  const int64_t id = CreateViewer(4, 2);
   const FlutterDesktopPixelBuffer* frame = Fetch(id);
+  fake_graphics::SetPixels(std::vector<uint8_t>(4 * 2 * 4, 9));
   State()->texture_id = -1;
-  const int frames_before = FramesPaced();
-  RunUntil(*State(), [&] { return FramesPaced() >= frames_before + 8; });
+  RunUntil(*State(), [this] { return frames_ == 8; });
   State()->texture_id = id;
-  EXPECT_THAT(out_.Take(), StartsWith(kStarted + OrbiskLines({"EGL context made current in rendering thread"}) +
-                                      Repeated(5, Warning("OK", "-1")) + OrbiskLines({kBar})));
+  EXPECT_EQ(out_.Take(), kStarted + OrbiskLines({"EGL context made current in rendering thread"}) +
+                             Repeated(5, Warning("OK", "-1")) + Stopped(8));
   EXPECT_EQ(embedder_.texture(id).marks, 0);
-  EXPECT_EQ(frame->buffer[(24 * 64 + 32) * 4 + 3], 255) << "drawn and read back all the same";
+  EXPECT_EQ(frame->buffer[0], 9) << "drawn and read back all the same";
 }
 
 TEST_F(RenderLoopTest, WarningsStopAfterTheFirstFiveIterationsWaitsIncluded) {
-  CreateTexture();
+  const int64_t id = CreateTexture();
   State()->texture_id = -1;
-  const int waits_before = WaitsBegun();
-  const int frames_before = FramesPaced();
   out_.Take();
-  RunUntil(*State(), [&] {
-    if (WaitsBegun() >= waits_before + 5) SetSmallModel();
-    return FramesPaced() >= frames_before + 3;
+  RunUntil(*State(), [this] {
+    if (waits_ == 4) State()->model.meshes = {Box({0, 0, 0}, 1, {1, 1, 1, 1})};
+    return frames_ == 3;
   });
-  State()->texture_id = 7;
-  EXPECT_THAT(out_.Take(), Not(HasSubstr("WARNING")));
+  State()->texture_id = id;
+  EXPECT_EQ(out_.Take(), kStarted + OrbiskLines({"EGL context made current in rendering thread"}) +
+                             Waiting("OK", 0) + Warning("OK", "-1") + Stopped(7));
 }
 
 TEST_F(RenderLoopTest, FramesAreAnnouncedWithoutTheLock) {
   const int64_t id = CreateViewer();
-  std::atomic<int> locked_marks{0};
+  int locked_marks = 0;
   embedder_.SetMarkHook([&](int64_t) { locked_marks += IsLocked(State()->mutex); });
-  RunUntil(*State(), [&] { return embedder_.texture(id).marks >= 3; });
+  RunUntil(*State(), [this] { return frames_ == 3; });
+  EXPECT_EQ(embedder_.texture(id).marks, 3);
   EXPECT_EQ(locked_marks, 0);
 }
 
 TEST_F(RenderLoopTest, FramesAreReadBackOnlyOnceTheEngineHasAskedForOne) {
-  const int64_t id = CreateViewer();
-  RunUntil(*State(), [&] { return embedder_.texture(id).marks >= 2; });
+  CreateViewer();
+  RunUntil(*State(), [this] { return frames_ == 2; });
   EXPECT_EQ(State()->pixel_buffer, nullptr);
+  EXPECT_THAT(fake_graphics::Transcript(), Not(HasSubstr("glReadPixels")));
 }
 
 TEST_F(RenderLoopTest, PacingFillsTheIntervalWithWholeMilliseconds) {
@@ -198,46 +188,43 @@ TEST_F(RenderLoopTest, PacingFillsTheIntervalWithWholeMilliseconds) {
 
 TEST_F(RenderLoopTest, IdleWaitKeepsTheLock) {
   OrbiskState state;
-  std::atomic<int> waits{0};
-  std::atomic<int> locked_waits{0};
-  sleep_recorder::SetHook(100ms, [&] {
+  int locked_waits = 0;
+  RunUntil(state, [&] {
     locked_waits += IsLocked(state.mutex);
-    ++waits;
+    return waits_ == 2;
   });
-  RunUntil(state, [&] { return waits >= 2; });
-  sleep_recorder::SetHook(100ms, nullptr);
-  EXPECT_EQ(locked_waits, waits);
+  EXPECT_EQ(locked_waits, 2);
 }
 
-TEST_F(RenderLoopTest, ACommandWaitsForAtMostTheIdleWaitUnderWay) {
-  OrbiskState state;
-  const int waits_before = WaitsBegun();
-  std::thread thread(plugin_under_test::RenderingThread, &state);
-  while (WaitsBegun() == waits_before) std::this_thread::yield();
-  for (int command = 0; command < 20; ++command) {
-    const int waits_at_delivery = WaitsBegun();
-    { const StateLock lock(state); }
-    EXPECT_LE(WaitsBegun() - waits_at_delivery, 2) << "command " << command;
-  }
-  state.stop_requested = true;
-  thread.join();
+TEST_F(RenderLoopTest, AFramesSleepLeavesTheLock) {
+  CreateViewer();
+  int locked_sleeps = 0;
+  RunUntil(*State(), [&] {
+    locked_sleeps += IsLocked(State()->mutex);
+    return frames_ == 2;
+  });
+  EXPECT_EQ(locked_sleeps, 0);
 }
 
 TEST_F(RenderLoopTest, WaitersThatKeepComingDoNotHoldTheThreadUp) {
   OrbiskState state;
-  const int waits_before = WaitsBegun();
-  std::atomic<bool> done{false};
-  const auto flood = [&] {
-    while (!done) {
-      const StateLock lock(state);
-    }
-  };
-  std::thread first(flood);
-  std::thread second(flood);
-  RunUntil(state, [&] { return WaitsBegun() >= waits_before + 3; });
-  done = true;
-  first.join();
-  second.join();
+  state.lock_waiters = 2;
+  HandClock clock;
+  // One is let in, and another one comes.
+  clock.SetSleepHook([&](std::chrono::nanoseconds) {
+    if (++state.lock_admissions == 100) state.lock_waiters = 0;
+  });
+  LetWaitersIn(state);
+  EXPECT_EQ(state.lock_admissions, 2u) << "as many as there were";
+}
+
+TEST_F(RenderLoopTest, AWaiterThatGivesUpDoesNotHoldTheThreadUp) {
+  OrbiskState state;
+  state.lock_waiters = 2;
+  HandClock clock;
+  clock.SetSleepHook([&](std::chrono::nanoseconds) { --state.lock_waiters; });
+  LetWaitersIn(state);
+  EXPECT_EQ(clock.sleeps().size(), 2u);
 }
 
 }  // namespace

@@ -136,4 +136,17 @@ TEST_F(RenderingCommandsTest, AThreadStartedWhileDisposedEndsAtOnceWithACountOfZ
   EXPECT_THAT(log, HasSubstr(OrbiskLines({"Rendering thread STOPPED (rendered 0 frames)"})));
 }
 
+TEST_F(RenderingCommandsTest, DisposeAsksTheThreadToStopAndTheFlagStaysUntilTheNextStart) {
+  const int64_t id = CreateViewer();
+  Call("startRendering");
+  ASSERT_TRUE(WaitForFrames(id, 1));
+  Call("dispose");
+  EXPECT_TRUE(State()->stop_requested);
+  const int64_t next_id = CreateViewer();
+  EXPECT_TRUE(State()->stop_requested);
+  Call("startRendering");
+  EXPECT_FALSE(State()->stop_requested);
+  EXPECT_TRUE(WaitForFrames(next_id, 1));
+}
+
 }  // namespace

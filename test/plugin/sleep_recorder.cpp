@@ -19,13 +19,10 @@ std::function<void()> g_hook;
 
 namespace sleep_recorder {
 
-int Begun(std::chrono::nanoseconds shortest, std::chrono::nanoseconds longest) {
+int Begun(std::chrono::nanoseconds length) {
   const std::lock_guard<std::mutex> lock(g_mutex);
-  int count = 0;
-  for (auto entry = g_begun.lower_bound(shortest); entry != g_begun.end() && entry->first <= longest; ++entry) {
-    count += entry->second;
-  }
-  return count;
+  const auto entry = g_begun.find(length);
+  return entry == g_begun.end() ? 0 : entry->second;
 }
 
 void SetHook(std::chrono::nanoseconds length, std::function<void()> hook) {

@@ -11,9 +11,8 @@
 /// Thread   any.
 namespace sleep_recorder {
 
-/// How many sleeps of at least `shortest` and at most `longest` have begun since the program started.
-int Begun(std::chrono::nanoseconds shortest, std::chrono::nanoseconds longest);
-inline int Begun(std::chrono::nanoseconds length) { return Begun(length, length); }
+/// How many sleeps of `length` have begun since the program started.
+int Begun(std::chrono::nanoseconds length);
 
 /// Calls `hook` on the sleeping thread before each sleep of `length`; an empty one ends that.
 void SetHook(std::chrono::nanoseconds length, std::function<void()> hook);

@@ -1,9 +1,11 @@
 // The built library on fake graphics libraries: every call and every line of whole runs, thread by thread, compared
 // as a whole. A board's driver far away is told from ours by nothing else.
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cmath>
+#include <ostream>
 #include <thread>
 
 #include "test/plugin/transcript_fixture.h"
@@ -44,29 +46,14 @@ TEST_F(TranscriptTest, ATypicalRun) {
   const int last_count = CountOf(last_frames, "glFinish()");
   EXPECT_EQ(last_frames,
             frame + Times(last_count - 1, frame) + With(kThreadStop, {{"count", std::to_string(10 + last_count)}}));
-  EXPECT_EQ(TakePlatformTranscript(),
-            "out: [Orbisk] StopRendering called\nout: [Orbisk] Rendering stopped\n"
-            "MessengerSendResponse(message 5, 2 bytes)\n");
+  EXPECT_EQ(TakePlatformTranscript(), With(kStop, {{"message", "5"}}));
 
   StartAndHoldTheFirstFrame();
   EXPECT_EQ(TakePlatformTranscript(), With(kStart, {{"id", "7"}, {"message", "6"}}));
   gate_.Open();
   const fake_graphics::Allowance allowance(fake_graphics::CleanupDeletions());
   Call("dispose");
-  EXPECT_EQ(TakePlatformTranscript(),
-            "out: [Orbisk] Dispose called\n"
-            "out: [Orbisk] Setting disposal flag...\n"
-            "out: [Orbisk] Stopping rendering thread...\n"
-            "out: [Orbisk] Rendering thread stopped\n"
-            "out: [Orbisk] Unregistering texture 7\n"
-            "TextureRegistrarUnregisterExternalTexture(7, null, null)\n"
-            "out: [Orbisk] Cleaning up pixel buffer...\n"
-            "out: [Orbisk] Cleaning up EGL resources...\n"
-            "eglMakeCurrent(display1, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT) -> EGL_TRUE\n" +
-                With(kReleaseRenderer, names) +
-                "out: [Orbisk] Cleaning up model data...\n"
-                "out: [Orbisk] Disposed (state and texture kept alive for safety)\n"
-                "MessengerSendResponse(message 7, 2 bytes)\n");
+  EXPECT_EQ(TakePlatformTranscript(), With(With(kDispose, {{"id", "7"}, {"message", "7"}}), names));
 
   CreateTexture(6, 4);
   EXPECT_EQ(TakePlatformTranscript(), CreateTranscript(2, 6, 4, ViewerWas::kThere, 8, 8));
@@ -100,6 +87,69 @@ TEST_F(TranscriptTest, CreateTextureAgainReplacesTheRendererFirstAndUnregistersN
             InitializeTranscript(2, 6, 4, ViewerWas::kThere, With(kReleaseRenderer, Names(1, 4, 2))) +
                 ShadersTranscript(2, 6, 4) + RegisterTranscript(8, 2));
 }
+
+// The frame's size is the renderer's, not that of the buffer, which keeps the size of the renderer that it was made for.
+TEST_F(TranscriptTest, AfterCreateTextureWithASmallerSizeTheSmallerFrameIsReadIntoTheOldBuffer) {
+  const std::string path = WriteModel(TwoMeshes());
+  const FlutterDesktopPixelBuffer* const frame = Fetch(CreateTexture(6, 4));
+  ASSERT_NE(frame, nullptr);
+  const fake_graphics::Allowance allowance(fake_graphics::CleanupDeletions());
+  CreateTexture(4, 2);
+  Call("loadModel", Map({{"modelPath", path}}));
+  const size_t small = 4 * 2 * 4;
+  fake_graphics::SetPixels(std::vector<uint8_t>(small, 9));
+  fake_graphics::ClearCalls();
+  StartAndHoldTheFirstFrame();
+  EXPECT_EQ(WithoutMatrices(RenderTranscript()),
+            With(kThreadStart + With(kFrame, {{"readback", kReadback}, {"id", "8"}}), Names(2, 4, 2)));
+  gate_.Open();
+  Call("stopRendering");
+  std::vector<uint8_t> expected(6 * 4 * 4, 0);
+  std::fill_n(expected.begin(), small, uint8_t{9});
+  EXPECT_EQ(std::vector<uint8_t>(frame->buffer, frame->buffer + expected.size()), expected);
+}
+
+// ---- Commands without arguments ----------------------------------------------------------------------------
+
+struct Unasked {
+  const char* name;
+  EncodableValue arguments;
+};
+
+void PrintTo(const Unasked& unasked, std::ostream* stream) { *stream << unasked.name; }
+
+class UnaskedArgumentsTest : public TranscriptTest, public ::testing::WithParamInterface<Unasked> {};
+
+TEST_P(UnaskedArgumentsTest, ChangeNothingInStartStopAndDispose) {
+  const EncodableValue& arguments = GetParam().arguments;
+  const std::string path = WriteModel(TwoMeshes());
+  Fetch(CreateTexture(4, 2));
+  Call("loadModel", Map({{"modelPath", path}}));
+  fake_graphics::ClearCalls();
+
+  EXPECT_EQ(Call("startRendering", arguments), "success true");
+  EXPECT_EQ(TakePlatformTranscript(), With(kStart, {{"id", "7"}, {"message", "3"}}));
+  EXPECT_EQ(Call("startRendering", arguments), "success true");
+  EXPECT_EQ(CountOf(RenderTranscript(), "Rendering thread STOPPED"), 1) << "that of the start before";
+  EXPECT_EQ(TakePlatformTranscript(), With(kStartAgain, {{"id", "7"}, {"message", "4"}}));
+
+  EXPECT_EQ(Call("stopRendering", arguments), "success true");
+  EXPECT_EQ(CountOf(RenderTranscript(), "Rendering thread STOPPED"), 1);
+  EXPECT_EQ(TakePlatformTranscript(), With(kStop, {{"message", "5"}}));
+
+  Call("startRendering");
+  TakePlatformTranscript();
+  const fake_graphics::Allowance allowance(fake_graphics::CleanupDeletions());
+  EXPECT_EQ(Call("dispose", arguments), "success true");
+  EXPECT_EQ(CountOf(RenderTranscript(), "Rendering thread STOPPED"), 1);
+  EXPECT_EQ(TakePlatformTranscript(), With(With(kDispose, {{"id", "7"}, {"message", "7"}}), Names(1, 4, 2)));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, UnaskedArgumentsTest,
+                         ::testing::Values(Unasked{"None", EncodableValue()}, Unasked{"Map", Map({{"width", 2.5}})},
+                                           Unasked{"List", EncodableValue(EncodableList{1})},
+                                           Unasked{"Text", EncodableValue("text")}),
+                         [](const auto& test) { return test.param.name; });
 
 // ---- The end of a run --------------------------------------------------------------------------------------
 

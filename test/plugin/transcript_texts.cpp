@@ -188,17 +188,26 @@ out: [Orbisk] ========================================
 MessengerSendResponse(message {message}, 2 bytes)
 )";
 
-const std::string kStart = R"(out: [Orbisk] ========================================
+// Up to what differs between a first start and another one.
+const std::string kStartBegins = R"(out: [Orbisk] ========================================
 out: [Orbisk] StartRendering called
 out: [Orbisk] ========================================
 out: [Orbisk] Model check: 2 meshes loaded
-out: [Orbisk] Starting new rendering thread...
+)";
+
+const std::string kStartEnds = R"(out: [Orbisk] Starting new rendering thread...
 out: [Orbisk] ========================================
 out: [Orbisk] Rendering thread started successfully!
 out: [Orbisk] Texture ID: {id}
 out: [Orbisk] ========================================
 MessengerSendResponse(message {message}, 2 bytes)
 )";
+
+const std::string kStart = kStartBegins + kStartEnds;
+
+const std::string kStartAgain = kStartBegins + R"(out: [Orbisk] Stopping existing rendering thread...
+out: [Orbisk] Existing thread stopped
+)" + kStartEnds;
 
 const std::string kThreadStart = R"(out: [Orbisk] ========================================
 out: [Orbisk] Rendering thread STARTED
@@ -249,6 +258,25 @@ glGetError() -> GL_NO_ERROR
 const std::string kThreadStop = R"(out: [Orbisk] ========================================
 out: [Orbisk] Rendering thread STOPPED (rendered {count} frames)
 out: [Orbisk] ========================================
+)";
+
+const std::string kStop = R"(out: [Orbisk] StopRendering called
+out: [Orbisk] Rendering stopped
+MessengerSendResponse(message {message}, 2 bytes)
+)";
+
+const std::string kDispose = R"(out: [Orbisk] Dispose called
+out: [Orbisk] Setting disposal flag...
+out: [Orbisk] Stopping rendering thread...
+out: [Orbisk] Rendering thread stopped
+out: [Orbisk] Unregistering texture {id}
+TextureRegistrarUnregisterExternalTexture({id}, null, null)
+out: [Orbisk] Cleaning up pixel buffer...
+out: [Orbisk] Cleaning up EGL resources...
+eglMakeCurrent(display1, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT) -> EGL_TRUE
+)" + kReleaseRenderer + R"(out: [Orbisk] Cleaning up model data...
+out: [Orbisk] Disposed (state and texture kept alive for safety)
+MessengerSendResponse(message {message}, 2 bytes)
 )";
 
 std::string Times(int count, const std::string& text) {

@@ -43,12 +43,15 @@ glb_builder::Glb TwoMeshes();
 
 extern const std::string kLoad;         // {path} {message}
 extern const std::string kStart;        // {id} {message}
+extern const std::string kStartAgain;   // the same, of a thread that runs already
 extern const std::string kThreadStart;  // {n}
 /// A frame of the two meshes: {fbo} {program} {w} {h}, {readback}, {id}; {matrix} stands for the 16 numbers that
 /// WithoutMatrices() takes out.
 extern const std::string kFrame;
 extern const std::string kReadback;    // {fbo} {w} {h}
 extern const std::string kThreadStop;  // {count}
+extern const std::string kStop;        // {message}
+extern const std::string kDispose;     // {id} {message}, and those of kReleaseRenderer
 
 std::string Times(int count, const std::string& text);
 
