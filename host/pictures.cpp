@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "host/cairo_surface.h"
+#include "host/files.h"
 #include "host/host_error.h"
 
 namespace host {
@@ -21,10 +22,16 @@ constexpr double kTextSize = 12;
 constexpr int kCaptionHeight = 40;
 
 void WriteSurface(cairo_surface_t* surface, const std::string& path) {
-  const cairo_status_t status = cairo_surface_write_to_png(surface, path.c_str());
+  std::string png;
+  const auto append = [](void* text, const unsigned char* bytes, unsigned int size) {
+    static_cast<std::string*>(text)->append(reinterpret_cast<const char*>(bytes), size);
+    return CAIRO_STATUS_SUCCESS;
+  };
+  const cairo_status_t status = cairo_surface_write_to_png_stream(surface, append, &png);
   if (status != CAIRO_STATUS_SUCCESS) {
     throw HostError("cannot write " + path + ": " + cairo_status_to_string(status));
   }
+  WriteWholeFile(path, png);
 }
 
 // Centred on `center_x`, in smaller letters where it would be wider than `width`.

@@ -117,7 +117,7 @@ TEST(WritePng, FailureNamesTheFile) {
   EXPECT_EQ(FailureOf([&] {
               WritePng(*PlainFrame(1, 1, {0, 0, 0, 0}), path);
             }),
-            "cannot write " + path + ": error while writing to output stream");
+            "cannot write " + path + ": No such file or directory");
 }
 
 // ---- Contact sheet ----------------------------------------------------------------------------------------

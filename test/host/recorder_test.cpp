@@ -93,7 +93,7 @@ TEST(Recorder, FailsWhenAFileCannotBeWritten) {
     FAIL() << "no failure";
   } catch (const HostError& error) {
     EXPECT_STREQ(error.what(),
-                 "cannot write /no/such/folder/frame_01.png: error while writing to output stream");
+                 "cannot write /no/such/folder/frame_01.png: No such file or directory");
   }
 }
 
