@@ -22,6 +22,7 @@
 #include "host/environment.h"
 #include "host/host_error.h"
 #include "host/imu_feed.h"
+#include "host/model_trouble.h"
 #include "host/plugin_library.h"
 #include "host/recorder.h"
 #include "host/report.h"
@@ -154,6 +155,7 @@ class Runner {
 };
 
 void Runner::Run() {
+  CheckModelFile(options_.model);
   OpenFeed();
   title_ = "Orbisk - " + std::filesystem::path(options_.model).filename().string();
   if (options_.window) {

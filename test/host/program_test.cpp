@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -355,12 +356,46 @@ TEST_F(ProgramTest, MissingModelShowsThePluginsMessage) {
   const Result result = Run({"--model", "nosuch.glb", "--imu", kImu, "--out", Out()});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.out, "");
-  EXPECT_EQ(
-      result.err,
-      "orbisk_host: cannot load the model nosuch.glb: LOAD_FAILED: Failed to load model: fail: read file; "
-      "fail: read file" +
-          LogHint());
+  EXPECT_EQ(result.err,
+            "orbisk_host: cannot load the model nosuch.glb: there is no such file, nor data/flutter_assets/nosuch.glb "
+            "(LOAD_FAILED: Failed to load model: fail: read file; fail: read file)" +
+                LogHint());
   EXPECT_THAT(Log(), HasSubstr("[Orbisk] ERROR: Failed to load model from any path\n"));
+}
+
+TEST_F(ProgramTest, ModelThatIsRefusedIsExplained) {
+  const std::string model = folder_.Write("device.gltf", R"({"asset": {"version": "2.0"}, "meshes": []})");
+  const Result result = Run({"--model", model, "--imu", kImu, "--out", Out()});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err,
+            "orbisk_host: cannot load the model " + model +
+                ": it is a text .gltf file, not the binary kind; open it in Blender, say, and export it as glTF 2.0 in "
+                "the format \"glTF Binary (.glb)\" (LOAD_FAILED: Failed to load model: fail: magic/version; fail: read "
+                "file)" +
+                LogHint());
+}
+
+TEST_F(ProgramTest, ModelWithANumberThatIsNoneIsExplained) {
+  const std::string json = R"({"meshes":[{"primitives":[{"attributes":{"POSITION":99999999999}}]}]})";
+  const auto word = [](size_t number) { return std::string(1, static_cast<char>(number)) + std::string(3, '\0'); };
+  const std::string model =
+      folder_.Write("device.glb", "glTF" + word(2) + word(28 + json.size()) + word(json.size()) + "JSON" + json +
+                                      word(0) + std::string("BIN\0", 4));
+  const Result result = Run({"--model", model, "--imu", kImu, "--out", Out()});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "orbisk_host: cannot load the model " + model +
+                            ": it has a whole number that is none, or too large; it is damaged or its exporter is: export "
+                            "it again (an exception left the plug-in's handler: stoi)" +
+                            LogHint());
+}
+
+TEST_F(ProgramTest, ModelThatIsAPipeIsRefusedBeforeAnythingStarts) {
+  const std::string model = folder_.File("pipe.glb");
+  ASSERT_EQ(mkfifo(model.c_str(), 0600), 0);
+  const Result result = Run({"--model", model, "--imu", kImu, "--out", Out()});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "orbisk_host: cannot load the model " + model + ": it is a pipe, and no file\n");
+  EXPECT_FALSE(std::filesystem::exists(Out()));
 }
 
 TEST_F(ProgramTest, MissingPluginIsNamed) {
