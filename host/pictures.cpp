@@ -77,7 +77,7 @@ std::vector<TimedFrame> FrameReservoir::Spread(size_t count) const {
   std::vector<TimedFrame> chosen;
   size_t next = 0;
   for (size_t i = 0; i < count; ++i) {
-    const double share = count == 1 ? 0.5 : static_cast<double>(i) / static_cast<double>(count - 1);
+    const double share = i == 0 ? 0.0 : static_cast<double>(i) / static_cast<double>(count - 1);
     const double target = first_seconds + share * whole_seconds;
     const size_t last_candidate = kept_.size() - (count - i);  // leaves one for each that follows
     const auto distance = [&](size_t candidate) { return std::abs(kept_[candidate].seconds - target); };
