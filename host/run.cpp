@@ -340,13 +340,16 @@ void Runner::Report(std::optional<Recorder::Files> files) {
   console_.Out(ReportText(figures));
 }
 
-// A reader that has gone away (`orbisk_host ... | head -1`) has seen what it wanted: that is no failure.
+// A reader that has gone away (`orbisk_host ... | head -1`) has seen what it wanted, and a terminal that has closed (EIO)
+// has ended the run: that is no failure.
 void Runner::CheckReport() {
   const int error = console_.out_error();
   if (error == 0) return;
   const std::string lost = std::string("the report is lost") +
                            (recorder_ ? "; the pictures are in " + options_.out : std::string());
-  if (error != EPIPE) throw HostError(std::string("cannot write to standard output: ") + std::strerror(error) + "; " + lost);
+  if (error != EPIPE && !(error == EIO && g_interrupted)) {
+    throw HostError(std::string("cannot write to standard output: ") + std::strerror(error) + "; " + lost);
+  }
   console_.Line("nobody reads standard output any more; " + lost);
 }
 

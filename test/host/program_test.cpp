@@ -47,41 +47,61 @@ std::vector<std::string> HostCommand(const std::vector<std::string>& arguments) 
   return command;
 }
 
-// A pipe that the test writes to or reads from. Its own end is closed with it, or earlier.
-class Pipe {
+// A pair of descriptors, closed with it or earlier: what is written to one can be read from the other.
+class Descriptors {
  public:
-  Pipe() {
-    if (pipe2(ends_, O_CLOEXEC) != 0) throw std::runtime_error("pipe2");
-  }
-  ~Pipe() {
+  Descriptors() = default;
+  ~Descriptors() {
     CloseReading();
     CloseWriting();
   }
-  Pipe(const Pipe&) = delete;
-  Pipe& operator=(const Pipe&) = delete;
+  Descriptors(const Descriptors&) = delete;
+  Descriptors& operator=(const Descriptors&) = delete;
 
-  int reading_end() const { return ends_[0]; }
-  int writing_end() const { return ends_[1]; }
-  void CloseReading() { Close(ends_[0]); }
-  void CloseWriting() { Close(ends_[1]); }
+  int reading_end() const { return reading_; }
+  int writing_end() const { return writing_; }
+  void CloseReading() { Close(reading_); }
+  void CloseWriting() { Close(writing_); }
 
   void Write(const std::string& text) const {
-    ASSERT_EQ(write(ends_[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    ASSERT_EQ(write(writing_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
   }
   // What comes next; empty once nobody writes any more.
   std::string Read() const {
     char piece[4096];
-    const ssize_t size = read(ends_[0], piece, sizeof(piece));
+    const ssize_t size = read(reading_, piece, sizeof(piece));
     return std::string(piece, size > 0 ? static_cast<size_t>(size) : 0);
   }
+
+ protected:
+  int reading_ = -1;
+  int writing_ = -1;
 
  private:
   static void Close(int& end) {
     if (end >= 0) close(end);
     end = -1;
   }
+};
 
-  int ends_[2] = {-1, -1};
+class Pipe : public Descriptors {
+ public:
+  Pipe() {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("pipe2");
+    reading_ = ends[0];
+    writing_ = ends[1];
+  }
+};
+
+// A terminal, on which the test is the person; the program writes.
+class Terminal : public Descriptors {
+ public:
+  Terminal() {
+    if (openpty(&reading_, &writing_, nullptr, nullptr, nullptr) != 0) throw std::runtime_error("openpty");
+    fcntl(reading_, F_SETFD, FD_CLOEXEC);
+    fcntl(writing_, F_SETFD, FD_CLOEXEC);
+  }
 };
 
 // A running program. Its standard error goes to a file, or where the test says.
@@ -404,9 +424,11 @@ class LiveRunTest : public ProgramTest {
  protected:
   LiveRunTest() { sensor_.Write("roll,pitch,yaw\n0,0,0\n"); }
 
+  std::vector<std::string> Command() const {
+    return HostCommand({"--model", kModel, "--imu", "-", "--out", Out()});
+  }
   Process Start(int error_output = -1) {
-    return Process(folder_, HostCommand({"--model", kModel, "--imu", "-", "--out", Out()}), kSurfaceless,
-                   sensor_.reading_end(), error_output);
+    return Process(folder_, Command(), kSurfaceless, sensor_.reading_end(), error_output);
   }
   void EndInput() { sensor_.CloseWriting(); }
   void ExpectAllPictures() const {
@@ -455,6 +477,21 @@ TEST_F(LiveRunTest, ClosedTerminalMayBeToldTwice) {
   ExpectAllPictures();
 }
 
+TEST_F(LiveRunTest, ClosedTerminalLosesTheReportAndNoPicture) {
+  Terminal terminal;
+  std::vector<std::string> command = Command();
+  command.insert(command.begin(), {"sh", "-c", "exec \"$0\" \"$@\" >&2"});
+  Process process(folder_, command, kSurfaceless, sensor_.reading_end(), terminal.writing_end());
+  terminal.CloseWriting();
+  for (std::string shown; shown.find("First picture: ") == std::string::npos && process.running();) {
+    shown += terminal.Read();
+  }
+  terminal.CloseReading();
+  kill(process.id(), SIGHUP);
+  EXPECT_EQ(process.Wait().status, 0);
+  ExpectAllPictures();
+}
+
 TEST_F(LiveRunTest, RunUnderNohupGoesOnWhenTheTerminalCloses) {
   const auto before = signal(SIGHUP, SIG_IGN);  // what nohup does
   Process process = Start();
@@ -490,16 +527,12 @@ TEST_F(LiveRunTest, PictureThatCannotBeWrittenEndsTheRunAtOnce) {
 }
 
 TEST_F(LiveRunTest, ProgressIsShownOnATerminal) {
-  int terminal = -1;
-  int programs_end = -1;
-  ASSERT_EQ(openpty(&terminal, &programs_end, nullptr, nullptr, nullptr), 0);
+  Terminal terminal;
   EndInput();
-  Process process = Start(programs_end);
-  close(programs_end);
+  Process process = Start(terminal.writing_end());
+  terminal.CloseWriting();
   std::string shown;
-  char piece[4096];
-  for (ssize_t size; (size = read(terminal, piece, sizeof(piece))) > 0;) shown.append(piece, static_cast<size_t>(size));
-  close(terminal);
+  for (std::string more; !(more = terminal.Read()).empty();) shown += more;
   EXPECT_EQ(process.Wait().status, 0);
   EXPECT_THAT(shown, HasSubstr(" commands, roll 0°  pitch 0°  yaw 0°\r\x1b[K"));
   EXPECT_THAT(shown, EndsWith("\r\x1b[Kwriting the pictures\r\x1b[K")) << "taken away before the report";
