@@ -37,8 +37,8 @@ class Console {
   /// "orbisk_host: <text>" and a newline, to standard error.
   void Line(const std::string& text);
 
-  /// Shows how far the run is: rewrites one line of a terminal. Elsewhere nobody watches, and nothing is written:
-  /// what is in a log does not depend on how fast the machine is.
+  /// Shows how far the run is: rewrites one line of a terminal. Elsewhere nobody watches, and nothing is
+  /// written: what is in a log does not depend on how fast the machine is.
   void Progress(const std::string& text);
 
  private:

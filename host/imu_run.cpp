@@ -178,7 +178,8 @@ std::vector<ImuSample> ReadImuRun(const std::string& path, size_t most_bytes) {
   };
   const std::string other = OtherThanAFile(path);
   if (!other.empty()) {
-    fail("it is " + other + (other == "a folder" ? "" : "; --imu - reads samples from standard input as they come"));
+    fail("it is " + other +
+         (other == "a folder" ? "" : "; --imu - reads samples from standard input as they come"));
   }
   errno = 0;
   std::ifstream file(path, std::ios::binary);

@@ -64,10 +64,11 @@ Beginning ReadBeginning(const std::string& path) {
 
 // ---- Files that are no binary glTF ------------------------------------------------------------------------
 
-bool IsBinaryStl(const Beginning& file) {
-  constexpr uint64_t kHeader = 84;
+bool IsStl(const Beginning& file) {
+  constexpr uint64_t kHeader = 84;  // of the binary kind, the number of triangles last
   constexpr uint64_t kTriangle = 50;
-  return file.text.size() >= kHeader && file.file_size == kHeader + kTriangle * file.Number(80);
+  return (file.TextStartsWith("solid") && file.Has("facet")) ||
+         (file.text.size() >= kHeader && file.file_size == kHeader + kTriangle * file.Number(80));
 }
 
 // A line of the file begins with `word`.
@@ -79,7 +80,8 @@ bool IsObj(const Beginning& file) {
   return HasLine(file, "mtllib ") || (HasLine(file, "v ") && HasLine(file, "f "));
 }
 
-constexpr char kExport[] = "open it in Blender, say, and export it as glTF 2.0 in the format \"glTF Binary (.glb)\"";
+constexpr char kExport[] =
+    "open it in Blender, say, and export it as glTF 2.0 in the format \"glTF Binary (.glb)\"";
 constexpr char kExportCad[] = "open it in FreeCAD, say, and export it as \"glTF 2.0\" with the ending .glb";
 constexpr char kGetItAgain[] = "copy, download or export it again";
 constexpr char kUnpack[] = "unpack it and give the .glb file in it";
@@ -88,52 +90,58 @@ constexpr char kNoModel[] = "give a .glb file";
 struct Kind {
   const char* name;
   const char* help;
-  bool (*matches)(const Beginning& file);
+  const char* mark = "";                             // what such a file begins with
+  bool (*matches)(const Beginning& file) = nullptr;  // what else it has to be like
 };
 
 // The first that matches. Those with a plain mark at their beginning come before those that take a guess.
 constexpr Kind kKinds[] = {
-    {"it is empty", kGetItAgain, [](const Beginning& file) { return file.file_size == 0; }},
-    {"it is a pointer of git-lfs and not the file itself", "run: git lfs pull",
-     [](const Beginning& file) { return file.StartsWith("version https://git-lfs"); }},
-    {"it is a USDZ file", kExport,
-     [](const Beginning& file) { return file.StartsWith("PK\3\4") && file.text.substr(0, 512).find(".usd") != std::string::npos; }},
-    {"it is a ZIP archive", kUnpack, [](const Beginning& file) { return file.StartsWith("PK\3\4"); }},
-    {"it is a gzip archive", kUnpack, [](const Beginning& file) { return file.StartsWith("\x1F\x8B"); }},
-    {"it is a 7z archive", kUnpack, [](const Beginning& file) { return file.StartsWith("7z\xBC\xAF\x27\x1C"); }},
-    {"it is a picture (PNG)", kNoModel, [](const Beginning& file) { return file.StartsWith("\x89PNG"); }},
-    {"it is a picture (JPEG)", kNoModel, [](const Beginning& file) { return file.StartsWith("\xFF\xD8\xFF"); }},
-    {"it is a picture (WebP)", kNoModel,
-     [](const Beginning& file) { return file.StartsWith("RIFF") && file.StartsWith("WEBP", 8); }},
-    {"it is a PDF document", kNoModel, [](const Beginning& file) { return file.StartsWith("%PDF-"); }},
-    {"it is an FBX file", kExport,
-     [](const Beginning& file) { return file.StartsWith("Kaydara FBX Binary") || file.StartsWith("; FBX "); }},
-    {"it is a Blender file", kExport, [](const Beginning& file) { return file.StartsWith("BLENDER"); }},
-    {"it is compressed (zstd), as Blender saves its files", kExport,
-     [](const Beginning& file) { return file.StartsWith("\x28\xB5\x2F\xFD"); }},
-    {"it is a PLY file", kExport,
-     [](const Beginning& file) { return file.StartsWith("ply\n") || file.StartsWith("ply\r"); }},
-    {"it is a USD file", kExport,
-     [](const Beginning& file) { return file.StartsWith("#usda") || file.StartsWith("PXR-USDC"); }},
-    {"it is a STEP file", kExportCad, [](const Beginning& file) { return file.TextStartsWith("iso-10303-21"); }},
+    {"it is empty", kGetItAgain, "", [](const Beginning& file) { return file.file_size == 0; }},
+    {"it is a pointer of git-lfs and not the file itself", "run: git lfs pull", "version https://git-lfs"},
+    {"it is a USDZ file", kExport, "PK\3\4",
+     [](const Beginning& file) { return file.text.substr(0, 512).find(".usd") != std::string::npos; }},
+    {"it is a ZIP archive", kUnpack, "PK\3\4"},
+    {"it is a gzip archive", kUnpack, "\x1F\x8B"},
+    {"it is a 7z archive", kUnpack, "7z\xBC\xAF\x27\x1C"},
+    {"it is a picture (PNG)", kNoModel, "\x89PNG"},
+    {"it is a picture (JPEG)", kNoModel, "\xFF\xD8\xFF"},
+    {"it is a picture (WebP)", kNoModel, "RIFF",
+     [](const Beginning& file) { return file.StartsWith("WEBP", 8); }},
+    {"it is a PDF document", kNoModel, "%PDF-"},
+    {"it is an FBX file", kExport, "Kaydara FBX Binary"},
+    {"it is an FBX file", kExport, "; FBX "},
+    {"it is a Blender file", kExport, "BLENDER"},
+    {"it is compressed (zstd), as Blender saves its files", kExport, "\x28\xB5\x2F\xFD"},
+    {"it is a PLY file", kExport, "ply\n"},
+    {"it is a PLY file", kExport, "ply\r"},
+    {"it is a USD file", kExport, "#usda"},
+    {"it is a USD file", kExport, "PXR-USDC"},
+    {"it is a STEP file", kExportCad, "",
+     [](const Beginning& file) { return file.TextStartsWith("iso-10303-21"); }},
     {"it is a web page, such as a server sends instead of a file",
-     "download the file itself (from a page that shows code, the \"raw\" file)",
-     [](const Beginning& file) { return file.TextStartsWith("<!doctype html") || file.TextStartsWith("<html"); }},
-    {"it is a COLLADA file", kExport,
+     "download the file itself (from a page that shows code, the \"raw\" file)", "",
+     [](const Beginning& file) {
+       return file.TextStartsWith("<!doctype html") || file.TextStartsWith("<html");
+     }},
+    {"it is a COLLADA file", kExport, "",
      [](const Beginning& file) { return file.TextStartsWith("<") && file.Has("<COLLADA"); }},
-    {"it is an X3D file", kExport, [](const Beginning& file) { return file.TextStartsWith("<") && file.Has("<X3D"); }},
-    {"it is a text .gltf file, of glTF 1", kExport,
+    {"it is an X3D file", kExport, "",
+     [](const Beginning& file) { return file.TextStartsWith("<") && file.Has("<X3D"); }},
+    {"it is a text .gltf file, of glTF 1", kExport, "",
      [](const Beginning& file) {
        return file.TextStartsWith("{") && file.Has("\"meshes\"") && file.Has("\"techniques\"");
      }},
-    {"it is a text .gltf file, not the binary kind", kExport,
+    {"it is a text .gltf file, not the binary kind", kExport, "",
      [](const Beginning& file) {
        return file.TextStartsWith("{") && file.Has("\"asset\"") && file.Has("\"version\"");
      }},
-    {"it is an STL file", kExport,
-     [](const Beginning& file) { return IsBinaryStl(file) || (file.TextStartsWith("solid") && file.Has("facet")); }},
-    {"it is an OBJ file", kExport, IsObj},
+    {"it is an STL file", kExport, "", IsStl},
+    {"it is an OBJ file", kExport, "", IsObj},
 };
+
+bool Matches(const Kind& kind, const Beginning& file) {
+  return file.StartsWith(kind.mark) && (kind.matches == nullptr || kind.matches(file));
+}
 
 // ---- Binary glTF ------------------------------------------------------------------------------------------
 
@@ -154,7 +162,8 @@ std::string ContainerTrouble(const Beginning& file) {
   const uint64_t json_end = kToJson + file.Number(12);
   if (json_end > file.file_size) return cut_short_of(json_end);
   if (json_end == file.file_size && length <= file.file_size) {
-    return "it has no data of its own (no BIN chunk), only the description; export it with everything in one .glb file";
+    return "it has no data of its own (no BIN chunk), only the description; export it with everything in one "
+           ".glb file";
   }
   if (json_end + 8 > file.file_size) return cut_short_of(json_end + 8);
   if (json_end + 8 > file.text.size()) return "";  // beyond what has been read
@@ -168,36 +177,46 @@ struct Words {
   const char* meaning;  // with what helps
 };
 
-// Extensions that the loader does not know change what the data means. A file that names one is explained by it,
-// whatever the loader stumbled over.
+// Extensions that the loader does not know change what the data means. A file that names one is explained by
+// it, whatever the loader stumbled over.
 constexpr Words kExtensions[] = {
     {"KHR_draco_mesh_compression",
-     "its meshes are compressed (Draco); export it again without compression (in Blender: Data, no mark at Compression)"},
-    {"meshopt_compression", "its meshes are compressed (meshopt); write it again without compression (gltfpack: no -c)"},
+     "its meshes are compressed (Draco); export it again without compression (in Blender: Data, no mark at "
+     "Compression)"},
+    {"meshopt_compression",
+     "its meshes are compressed (meshopt); write it again without compression (gltfpack: no -c)"},
     {"KHR_mesh_quantization",
      "its positions are quantised, no 32-bit floats; write it again without quantisation (gltfpack: -noq)"},
 };
 
 // The first of them that the loader said.
 constexpr Words kLoaderWords[] = {
-    {"first chunk not JSON", "its first part is not the JSON text; it is damaged, or no glTF tool wrote it: export it again"},
+    {"first chunk not JSON",
+     "its first part is not the JSON text; it is damaged, or no glTF tool wrote it: export it again"},
     {"second chunk not BIN",
-     "behind the JSON text comes something else than the data (BIN chunk); export it again without extensions"},
-    {"Found 0 meshes", "there are no meshes in it; export it with the meshes, not only cameras, lights or an animation"},
+     "behind the JSON text comes something else than the data (BIN chunk); export it again without "
+     "extensions"},
+    {"Found 0 meshes",
+     "there are no meshes in it; export it with the meshes, not only cameras, lights or an animation"},
     {"outside BIN",
-     "it names data beyond its end; it is damaged, or its data is in other files: export it with everything in one .glb "
-     "file"},
-    {"names vertex", "its triangles name vertices that are not there; it is damaged or its exporter is: export it again"},
-    {"pos type", "its positions are no 32-bit floats, or there are none; export it without quantisation or compression"},
+     "it names data beyond its end; it is damaged, or its data is in other files: export it with everything "
+     "in one .glb file"},
+    {"names vertex",
+     "its triangles name vertices that are not there; it is damaged or its exporter is: export it again"},
+    {"pos type",
+     "its positions are no 32-bit floats, or there are none; export it without quantisation or compression"},
     {"no POSITION", "its meshes have no positions; export it again, without compression"},
     {"no primitives in mesh", "its meshes are empty; export it with their triangles"},
     {"primitives array not found", "its meshes are empty; export it with their triangles"},
     {"primitive 0 not found", "its meshes are empty; export it with their triangles"},
     {"no attributes", "its meshes have no vertices; export it with their triangles"},
-    {"stoi", "it has a whole number that is none, or too large; it is damaged or its exporter is: export it again"},
+    {"stoi",
+     "it has a whole number that is none, or too large; it is damaged or its exporter is: export it again"},
     {"stof", "it has a number that is none, or too large; it is damaged or its exporter is: export it again"},
     {"bad_alloc", "there is not enough memory for it; give a smaller one"},
-    {"mesh 0: ;", "its meshes name data that the file does not describe; it is damaged or its exporter is: export it again"},
+    {"mesh 0: ;",
+     "its meshes name data that the file does not describe; it is damaged or its exporter is: export it "
+     "again"},
 };
 
 std::string BinaryGltfTrouble(const Beginning& file, std::string_view loader_words) {
@@ -226,13 +245,14 @@ std::string OtherPath(const std::string& path) {
   return path.compare(0, assets.size(), assets) == 0 ? path.substr(assets.size()) : assets + path;
 }
 
-std::string FileTrouble(const std::string& path, const std::string& file_path, std::string_view loader_words) {
+std::string FileTrouble(const std::string& path, const std::string& file_path,
+                        std::string_view loader_words) {
   if (!Exists(file_path)) return "there is no such file, nor " + OtherPath(path);
   const Beginning file = ReadBeginning(file_path);
   if (file.error != 0) return std::strerror(file.error);
   if (file.StartsWith("glTF")) return BinaryGltfTrouble(file, loader_words);
   for (const Kind& kind : kKinds) {
-    if (kind.matches(file)) return std::string(kind.name) + "; " + kind.help;
+    if (Matches(kind, file)) return std::string(kind.name) + "; " + kind.help;
   }
   return std::string("it is no binary glTF file, nor of a kind that is known here; ") + kExport;
 }
@@ -251,8 +271,8 @@ void CheckModelFile(const std::string& path) {
   std::error_code error;
   const uint64_t size = std::filesystem::file_size(file, error);
   if (!error && size > kLargestModel) {
-    throw HostError("cannot load the model " + file + ": it has " + std::to_string(size) + " bytes, a .glb file has " +
-                    std::to_string(kLargestModel) + " at most");
+    throw HostError("cannot load the model " + file + ": it has " + std::to_string(size) +
+                    " bytes, a .glb file has " + std::to_string(kLargestModel) + " at most");
   }
 }
 

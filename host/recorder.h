@@ -33,8 +33,8 @@ class Recorder {
   using FirstPicture = std::function<void(const std::string& path)>;
 
   /// Pictures go into `folder`; `still_count` of them are written one by one and onto the contact sheet, of a
-  /// run whose frames have `frame_bytes` bytes. The first one is written as soon as there is a frame, and then
-  /// passed to `on_first_picture` on the recorder's thread, before any other frame is looked at.
+  /// run whose frames have `frame_bytes` bytes. The first one is written as soon as there is a frame, and
+  /// then passed to `on_first_picture` on the recorder's thread, before any other frame is looked at.
   Recorder(std::string folder, size_t still_count, size_t frame_bytes, FirstPicture on_first_picture);
   /// Without Close() nothing is written but the first still.
   ~Recorder();

@@ -47,8 +47,8 @@ double Milliseconds(std::chrono::nanoseconds time) { return static_cast<double>(
 std::atomic<bool> g_interrupted{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler writes it");
 
-// Ctrl-C and closing the terminal end the run in order, a second Ctrl-C the program at once. A terminal that closes
-// may send its signal twice, from the shell and from the system, and none to a program under nohup.
+// Ctrl-C and closing the terminal end the run in order, a second Ctrl-C the program at once. A terminal that
+// closes may send its signal twice, from the shell and from the system, and none to a program under nohup.
 void EndRunOnInterrupt() {
   struct sigaction action = {};
   action.sa_handler = [](int) { g_interrupted = true; };
@@ -340,8 +340,8 @@ void Runner::Report(std::optional<Recorder::Files> files) {
   console_.Out(ReportText(figures));
 }
 
-// A reader that has gone away (`orbisk_host ... | head -1`) has seen what it wanted, and a terminal that has closed (EIO)
-// has ended the run: that is no failure.
+// A reader that has gone away (`orbisk_host ... | head -1`) has seen what it wanted, and a terminal that has
+// closed (EIO) has ended the run: that is no failure.
 void Runner::CheckReport() {
   const int error = console_.out_error();
   if (error == 0) return;

@@ -111,8 +111,7 @@ EncodableValue Viewer::Invoke(const std::string& command, EncodableMap arguments
   try {
     reply = embedder_.Deliver(kChannel, *message);
   } catch (const std::exception& exception) {
-    throw CommandError(command, "",
-                       std::string(kLeft) + exception.what());
+    throw CommandError(command, "", std::string(kLeft) + exception.what());
   }
   last_latency_ = std::chrono::steady_clock::now() - delivered_at;
 

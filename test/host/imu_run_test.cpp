@@ -202,10 +202,12 @@ TEST(ReadImuRun, PipesAndDevicesAreNotOpened) {
   const TempFolder folder;
   const std::string pipe = folder.File("pipe");
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-  EXPECT_EQ(FailureOfFile(pipe), "cannot read the IMU file " + pipe +
-                                     ": it is a pipe; --imu - reads samples from standard input as they come");
+  EXPECT_EQ(FailureOfFile(pipe),
+            "cannot read the IMU file " + pipe +
+                ": it is a pipe; --imu - reads samples from standard input as they come");
   EXPECT_EQ(FailureOfFile("/dev/zero"),
-            "cannot read the IMU file /dev/zero: it is a device; --imu - reads samples from standard input as they come");
+            "cannot read the IMU file /dev/zero: it is a device; --imu - reads samples from standard input "
+            "as they come");
 }
 
 TEST(ReadImuRun, FileOfManyPiecesIsReadWhole) {
@@ -235,7 +237,8 @@ TEST(ReadImuRun, LineWithoutEndIsRefusedBeforeItIsRead) {
   const TempFolder folder;
   const std::string path = folder.Write("run.csv", "");
   std::filesystem::resize_file(path, kLargestImuFile);  // zeros, which take no room on the disk
-  EXPECT_EQ(FailureOfFile(path), path + ", line 1: expected a line of at most 65536 bytes, found a longer one");
+  EXPECT_EQ(FailureOfFile(path),
+            path + ", line 1: expected a line of at most 65536 bytes, found a longer one");
 }
 
 TEST(ImuLineParser, LongestLineIsRead) {

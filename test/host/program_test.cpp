@@ -114,8 +114,8 @@ class Process {
     std::string err;
   };
 
-  Process(const TempFolder& folder, std::vector<std::string> command, const Environment& environment, int input,
-          int error_output = -1)
+  Process(const TempFolder& folder, std::vector<std::string> command, const Environment& environment,
+          int input, int error_output = -1)
       : err_path_(folder.File("stderr")) {
     std::vector<std::string> variables;
     for (const char* name : kInherited) {
@@ -146,7 +146,8 @@ class Process {
   pid_t id() const { return id_; }
   bool running() const {
     siginfo_t ended = {};
-    return waitid(P_PID, static_cast<id_t>(id_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 && ended.si_pid == 0;
+    return waitid(P_PID, static_cast<id_t>(id_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           ended.si_pid == 0;
   }
 
   // The first line of its standard output, once it is there.
@@ -329,8 +330,8 @@ TEST_F(ProgramTest, HeadlessRunWritesPicturesAndReports) {
 TEST_F(ProgramTest, SizeViewAndFrameOptionsReachThePlugin) {
   // A run that ends with its last sample ends with two frames at least.
   const Result result =
-      RunImu(BeginningOfTheSampleRun(21), {"--size", "64x48", "--distance", "2.25", "--scale", "1.5", "--base-rpy",
-                                           "-10,20,30", "--frames", "2"});
+      RunImu(BeginningOfTheSampleRun(21), {"--size", "64x48", "--distance", "2.25", "--scale", "1.5",
+                                           "--base-rpy", "-10,20,30", "--frames", "2"});
   EXPECT_EQ(result.status, 0) << Log();
   EXPECT_THAT(Log(), HasSubstr("[Orbisk] Requested texture size: 64x48\n"));
   EXPECT_THAT(Log(), HasSubstr("[Orbisk] Camera distance set to: 2.25\n"));
@@ -343,7 +344,8 @@ TEST_F(ProgramTest, SizeViewAndFrameOptionsReachThePlugin) {
 TEST_F(ProgramTest, RunEndsAfterItsSeconds) {
   const Result result = RunImu(kImu, {"--seconds", "0.5"});
   EXPECT_EQ(result.status, 0) << Log();
-  EXPECT_EQ(Figure(result.out, "commands sent"), 51 + 5) << "those of half a second, the first and the last included";
+  EXPECT_EQ(Figure(result.out, "commands sent"), 51 + 5)
+      << "those of half a second, the first and the last included";
 }
 
 TEST_F(ProgramTest, WithoutDisplayAndPlatformSurfacelessIsChosen) {
@@ -398,7 +400,8 @@ TEST_F(ProgramTest, WindowRunShowsFramesUnderAnXServer) {
   const std::string input = folder_.Write("no input", "");
   const int no_input = open(input.c_str(), O_RDONLY | O_CLOEXEC);
   const TempFolder server_folder;
-  Process server(server_folder, {"Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24", "-nolisten", "tcp"}, {},
+  Process server(server_folder,
+                 {"Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24", "-nolisten", "tcp"}, {},
                  no_input);
   const std::string display = ":" + server.FirstLine();
   const Result result = RunImu(kImu, {"--window", "--seconds", "0.5"}, {{"DISPLAY", display}});
@@ -471,7 +474,8 @@ TEST_F(LiveRunTest, ClosedTerminalMayBeToldTwice) {
   Process process = Start();
   process.FirstLine();
   kill(process.id(), SIGHUP);
-  while (Log().find("StopRendering called") == std::string::npos && process.running()) std::this_thread::yield();
+  while (Log().find("StopRendering called") == std::string::npos && process.running())
+    std::this_thread::yield();
   kill(process.id(), SIGHUP);
   EXPECT_EQ(process.Wait().status, 0);
   ExpectAllPictures();
@@ -512,8 +516,9 @@ TEST_F(LiveRunTest, ReaderThatGoesAwayLosesTheReportAndNoPicture) {
   EndInput();
   const Result result = process.Wait();
   EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.err, "orbisk_host: nobody reads standard output any more; the report is lost; the pictures are in " +
-                            Out() + "\n");
+  EXPECT_EQ(result.err,
+            "orbisk_host: nobody reads standard output any more; the report is lost; the pictures are in " +
+                Out() + "\n");
   ExpectAllPictures();
 }
 
@@ -554,8 +559,8 @@ TEST_F(ProgramTest, MissingModelShowsThePluginsMessage) {
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.out, "");
   EXPECT_EQ(result.err,
-            "orbisk_host: cannot load the model nosuch.glb: there is no such file, nor data/flutter_assets/nosuch.glb "
-            "(LOAD_FAILED: Failed to load model: fail: read file; fail: read file)" +
+            "orbisk_host: cannot load the model nosuch.glb: there is no such file, nor "
+            "data/flutter_assets/nosuch.glb (LOAD_FAILED: Failed to load model: fail: read file; fail: read file)" +
                 LogHint());
   EXPECT_THAT(Log(), HasSubstr("[Orbisk] ERROR: Failed to load model from any path\n"));
 }
@@ -564,26 +569,29 @@ TEST_F(ProgramTest, ModelThatIsRefusedIsExplained) {
   const std::string model = folder_.Write("device.gltf", R"({"asset": {"version": "2.0"}, "meshes": []})");
   const Result result = Run({"--model", model, "--imu", kImu, "--out", Out()});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err,
-            "orbisk_host: cannot load the model " + model +
-                ": it is a text .gltf file, not the binary kind; open it in Blender, say, and export it as glTF 2.0 in "
-                "the format \"glTF Binary (.glb)\" (LOAD_FAILED: Failed to load model: fail: magic/version; fail: read "
-                "file)" +
-                LogHint());
+  EXPECT_EQ(result.err, "orbisk_host: cannot load the model " + model +
+                            ": it is a text .gltf file, not the binary kind; open it in Blender, say, and "
+                            "export it as glTF 2.0 in the format \"glTF Binary (.glb)\" (LOAD_FAILED: "
+                            "Failed to load model: fail: magic/version; fail: read file)" +
+                            LogHint());
 }
 
 TEST_F(ProgramTest, ModelWithANumberThatIsNoneIsExplained) {
   const std::string json = R"({"meshes":[{"primitives":[{"attributes":{"POSITION":99999999999}}]}]})";
-  const auto word = [](size_t number) { return std::string(1, static_cast<char>(number)) + std::string(3, '\0'); };
+  const auto word = [](size_t number) {
+    return std::string(1, static_cast<char>(number)) + std::string(3, '\0');
+  };
   const std::string model =
-      folder_.Write("device.glb", "glTF" + word(2) + word(28 + json.size()) + word(json.size()) + "JSON" + json +
-                                      word(0) + std::string("BIN\0", 4));
+      folder_.Write("device.glb", "glTF" + word(2) + word(28 + json.size()) + word(json.size()) + "JSON" +
+                                      json + word(0) + std::string("BIN\0", 4));
   const Result result = Run({"--model", model, "--imu", kImu, "--out", Out()});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err, "orbisk_host: cannot load the model " + model +
-                            ": it has a whole number that is none, or too large; it is damaged or its exporter is: export "
-                            "it again (an exception left the plug-in's handler: stoi)" +
-                            LogHint());
+  EXPECT_EQ(
+      result.err,
+      "orbisk_host: cannot load the model " + model +
+          ": it has a whole number that is none, or too large; it is damaged or its exporter is: export "
+          "it again (an exception left the plug-in's handler: stoi)" +
+          LogHint());
 }
 
 TEST_F(ProgramTest, ModelThatIsAPipeIsRefusedBeforeAnythingStarts) {
@@ -603,8 +611,8 @@ TEST_F(ProgramTest, ReportThatCannotBeWrittenIsAFailureAfterThePictures) {
   const Result result = RunCommand(command, kSurfaceless);
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err,
-            "orbisk_host: cannot write to standard output: No space left on device; the report is lost; the pictures "
-            "are in " +
+            "orbisk_host: cannot write to standard output: No space left on device; the report is lost; the "
+            "pictures are in " +
                 Out() + "\n");
   EXPECT_TRUE(Exists("contact_sheet.png"));
 }
