@@ -4,12 +4,11 @@
 #include <webp/mux.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstring>
-#include <fstream>
 
 #include "host/cairo_surface.h"
+#include "host/files.h"
 #include "host/host_error.h"
 
 namespace host {
@@ -129,11 +128,7 @@ void Animation::Write(const std::string& path) {
     Fail(WebPAnimEncoderGetError(encoder_->encoder));
   }
   const std::unique_ptr<WebPData, decltype(&WebPDataClear)> clear_data(&data, WebPDataClear);
-  errno = 0;
-  std::ofstream file(path, std::ios::binary);
-  file.write(reinterpret_cast<const char*>(data.bytes), static_cast<std::streamsize>(data.size));
-  file.close();
-  if (!file) throw HostError("cannot write " + path + ": " + std::strerror(errno));
+  WriteWholeFile(path, {reinterpret_cast<const char*>(data.bytes), data.size});
 }
 
 }  // namespace host

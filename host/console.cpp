@@ -16,17 +16,18 @@ namespace host {
 
 namespace {
 
-constexpr auto kProgressLineInterval = std::chrono::seconds(5);
 constexpr char kEraseLine[] = "\r\x1b[K";
 
-void WriteAll(int descriptor, const std::string& text) {
+// Returns 0, or why the text could not be written.
+int WriteAll(int descriptor, const std::string& text) {
   size_t written = 0;
   while (written < text.size()) {
     const ssize_t size = write(descriptor, text.data() + written, text.size() - written);
     if (size < 0 && errno == EINTR) continue;
-    if (size <= 0) return;  // nobody listens; there is nowhere to complain
+    if (size < 0) return errno;
     written += static_cast<size_t>(size);
   }
+  return 0;
 }
 
 // Of the three standard descriptors, opens those that the process was started without: the next file would
@@ -100,31 +101,34 @@ void Console::DivertOthersTo(const std::string& path) {
   PrepareLastWords(err_, terminal_, path);
 }
 
+// Where standard error cannot be written, there is nowhere to complain.
+
 void Console::Out(const std::string& text) {
+  const std::lock_guard<std::mutex> lock(mutex_);
   EndProgress();
-  WriteAll(out_, text);
+  const int error = WriteAll(out_, text);
+  if (error != 0) out_error_ = error;
+}
+
+int Console::out_error() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return out_error_;
 }
 
 void Console::Line(const std::string& text) {
+  const std::lock_guard<std::mutex> lock(mutex_);
   EndProgress();
   WriteAll(err_, "orbisk_host: " + text + '\n');
 }
 
 void Console::Progress(const std::string& text) {
-  if (terminal_) {
-    WriteAll(err_, kEraseLine + text);
-    progress_shown_ = true;
-    return;
-  }
-  const auto now = std::chrono::steady_clock::now();
-  if (next_progress_line_ == std::chrono::steady_clock::time_point()) {
-    next_progress_line_ = now + kProgressLineInterval;
-  }
-  if (now < next_progress_line_) return;
-  next_progress_line_ = now + kProgressLineInterval;
-  WriteAll(err_, text + '\n');
+  if (!terminal_) return;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  WriteAll(err_, kEraseLine + text);
+  progress_shown_ = true;
 }
 
+// With `mutex_` held.
 void Console::EndProgress() {
   if (std::exchange(progress_shown_, false)) WriteAll(err_, kEraseLine);
 }

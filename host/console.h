@@ -1,7 +1,7 @@
 #ifndef HOST_CONSOLE_H_
 #define HOST_CONSOLE_H_
 
-#include <chrono>
+#include <mutex>
 #include <string>
 
 namespace host {
@@ -13,7 +13,7 @@ namespace host {
 /// a file in the place of the originals: whatever anybody else writes, through stdio, iostream or write(2),
 /// in whatever library, goes there.
 ///
-/// Thread   the main thread.
+/// Thread   any, but for DivertOthersTo(), which is for the time before there are others.
 class Console {
  public:
   Console();
@@ -30,22 +30,28 @@ class Console {
   /// Where the others write to; empty while that is the terminal.
   const std::string& others_path() const { return others_path_; }
 
-  /// To standard output.
+  /// To standard output, at once.
   void Out(const std::string& text);
+  /// Why (as errno has it) a text could not be written to standard output; 0 while all of them could.
+  int out_error() const;
   /// "orbisk_host: <text>" and a newline, to standard error.
   void Line(const std::string& text);
 
-  /// Shows how far the run is: rewrites one line of a terminal; elsewhere writes a line every five seconds.
+  /// Shows how far the run is: rewrites one line of a terminal. Elsewhere nobody watches, and nothing is
+  /// written: what is in a log does not depend on how fast the machine is.
   void Progress(const std::string& text);
-  /// Takes the progress line off a terminal.
-  void EndProgress();
 
  private:
+  void EndProgress();
+
   const int out_;
   const int err_;
   const bool terminal_;
+  mutable std::mutex mutex_;
+  // Guarded by `mutex_`.
   bool progress_shown_ = false;
-  std::chrono::steady_clock::time_point next_progress_line_;
+  int out_error_ = 0;
+
   std::string others_path_;
 };
 

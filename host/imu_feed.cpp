@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <string_view>
 #include <utility>
 
 #include "host/host_error.h"
@@ -51,7 +50,8 @@ ImuFeed::Clock::time_point RecordedFeed::NextTime() const {
 LiveFeed::LiveFeed(int descriptor, std::string source)
     : descriptor_(descriptor),
       stop_event_(eventfd(0, EFD_CLOEXEC)),
-      parser_(std::move(source), ImuLineParser::Time::kOptional) {
+      lines_(std::move(source), ImuLineParser::Time::kOptional,
+             [this](const ImuSample& sample) { return Enqueue(sample); }) {
   if (stop_event_ < 0) throw HostError(std::string("cannot listen to the sensor: ") + std::strerror(errno));
   thread_ = std::thread([this] { Read(); });
 }
@@ -125,30 +125,12 @@ void LiveFeed::Read() {
 
 // Returns at the end of the input, or when the feed is to stop.
 void LiveFeed::ReadLines() {
-  constexpr size_t kLongestLine = 65536;
-  std::string unread;  // what has come of lines that are not taken yet
-  const auto take_line = [&](std::string_view line) {
-    const std::optional<ImuSample> sample = parser_.Parse(line);
-    return !sample || Enqueue(*sample);
-  };
-
   while (WaitForInput()) {
     char chunk[4096];
     const ssize_t size = read(descriptor_, chunk, sizeof(chunk));
     if (size < 0 && (errno == EINTR || errno == EAGAIN)) continue;
-    if (size <= 0) {  // an error ends the input as well: the sensor is gone
-      if (!unread.empty() && !take_line(unread)) return;
-      parser_.CheckEnd();
-      return;
-    }
-    unread.append(chunk, static_cast<size_t>(size));
-    size_t begin = 0;
-    for (size_t end; (end = unread.find('\n', begin)) != std::string::npos; begin = end + 1) {
-      if (!take_line(std::string_view(unread).substr(begin, end - begin))) return;
-    }
-    unread.erase(0, begin);
-    // Without this, a device that never ends its line would fill the memory. The parser calls it malformed.
-    if (unread.size() > kLongestLine && !take_line(std::exchange(unread, ""))) return;
+    if (size <= 0) return lines_.End();  // an error ends the input as well: the sensor is gone
+    if (!lines_.Add({chunk, static_cast<size_t>(size)})) return;
   }
 }
 

@@ -99,8 +99,8 @@ class LiveFeed : public ImuFeed {
   Clock::time_point DueTime(const ImuSample& sample) const;
 
   const int descriptor_;
-  int stop_event_ = -1;   // readable once the thread is to end
-  ImuLineParser parser_;  // the thread's
+  int stop_event_ = -1;  // readable once the thread is to end
+  ImuLines lines_;       // the thread's
 
   std::mutex mutex_;
   std::condition_variable arrived_;  // a sample, or the end

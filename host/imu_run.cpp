@@ -5,11 +5,11 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <system_error>
 #include <utility>
 
+#include "host/files.h"
 #include "host/host_error.h"
 
 namespace host {
@@ -58,6 +58,9 @@ ImuLineParser::ImuLineParser(std::string source, Time time) : source_(std::move(
 
 std::optional<ImuSample> ImuLineParser::Parse(std::string_view line) {
   ++line_number_;
+  if (line.size() > kLongestLine) {
+    Fail("a line of at most " + std::to_string(kLongestLine) + " bytes", "a longer one");
+  }
   constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // spreadsheets write one
   if (line_number_ == 1 && line.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
     line.remove_prefix(kByteOrderMark.size());
@@ -145,22 +148,62 @@ void ImuLineParser::Fail(const std::string& expected, const std::string& found) 
                   found);
 }
 
-std::vector<ImuSample> ReadImuRun(const std::string& path) {
-  std::error_code ignored;
-  if (std::filesystem::is_directory(path, ignored)) {
-    throw HostError("cannot read the IMU file " + path + ": it is a folder");
+// ---- ImuLines ---------------------------------------------------------------------------------------------
+
+bool ImuLines::Add(std::string_view piece) {
+  unfinished_ += piece;
+  const std::string_view text = unfinished_;
+  size_t begin = 0;
+  for (size_t end; (end = text.find('\n', begin)) != std::string_view::npos; begin = end + 1) {
+    if (!Take(text.substr(begin, end - begin))) return false;
+  }
+  unfinished_.erase(0, begin);
+  return unfinished_.size() <= ImuLineParser::kLongestLine || Take(unfinished_);
+}
+
+void ImuLines::End() {
+  if (unfinished_.empty() || Take(unfinished_)) parser_.CheckEnd();
+}
+
+bool ImuLines::Take(std::string_view line) {
+  const std::optional<ImuSample> sample = parser_.Parse(line);
+  return !sample || sink_(*sample);
+}
+
+// ---- Files ------------------------------------------------------------------------------------------------
+
+std::vector<ImuSample> ReadImuRun(const std::string& path, size_t most_bytes) {
+  const auto fail = [&](const std::string& reason) {
+    throw HostError("cannot read the IMU file " + path + ": " + reason);
+  };
+  const std::string other = OtherThanAFile(path);
+  if (!other.empty()) {
+    fail("it is " + other +
+         (other == "a folder" ? "" : "; --imu - reads samples from standard input as they come"));
   }
   errno = 0;
-  std::ifstream file(path);
-  if (!file) throw HostError("cannot read the IMU file " + path + ": " + std::strerror(errno));
+  std::ifstream file(path, std::ios::binary);
+  if (!file) fail(std::strerror(errno));
 
-  ImuLineParser parser(path, ImuLineParser::Time::kRequired);
   std::vector<ImuSample> samples;
-  for (std::string line; std::getline(file, line);) {
-    if (std::optional<ImuSample> sample = parser.Parse(line)) samples.push_back(*sample);
-  }
-  if (file.bad()) throw HostError("cannot read the IMU file " + path + ": " + std::strerror(errno));
-  parser.CheckEnd();
+  ImuLines lines(path, ImuLineParser::Time::kRequired, [&](const ImuSample& sample) {
+    samples.push_back(sample);
+    return true;
+  });
+  size_t bytes = 0;
+  do {
+    char piece[65536];
+    file.read(piece, sizeof(piece));
+    const auto size = static_cast<size_t>(file.gcount());
+    bytes += size;
+    if (bytes > most_bytes) {
+      fail("it has more than " + std::to_string(most_bytes) + " bytes; --imu - < " + path +
+           " plays a run of any length");
+    }
+    lines.Add({piece, size});
+  } while (file);
+  if (file.bad()) fail(std::strerror(errno));
+  lines.End();
   return samples;
 }
 

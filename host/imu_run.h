@@ -11,9 +11,11 @@
 #define HOST_IMU_RUN_H_
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/orientation.h"
@@ -30,6 +32,8 @@ struct ImuSample {
 /// Failure  HostError: "<source>, line 7: expected a number for qx, found "abc"".
 class ImuLineParser {
  public:
+  static constexpr size_t kLongestLine = 65536;  // bytes
+
   enum class Time {
     kRequired,  // every sample has a time, none before the one above it
     kOptional,  // there may be no column t, and times may be in any order
@@ -63,10 +67,42 @@ class ImuLineParser {
   std::vector<size_t> orientation_columns_;
 };
 
-/// Reads a recorded run, the whole of it.
+/// Cuts input that comes in pieces into lines, and passes on the samples in them.
 ///
-/// Failure  HostError for a file that cannot be read, a malformed line or no samples.
-std::vector<ImuSample> ReadImuRun(const std::string& path);
+/// Failure  HostError: a malformed line; one longer than ImuLineParser::kLongestLine as soon as it is, so
+/// that a
+///          device that never ends its line does not fill the memory; an end without samples.
+class ImuLines {
+ public:
+  /// Takes a sample; false: no more are wanted.
+  using Sink = std::function<bool(const ImuSample&)>;
+
+  ImuLines(std::string source, ImuLineParser::Time time, Sink sink)
+      : parser_(std::move(source), time), sink_(std::move(sink)) {}
+
+  /// False once the sink wants no more.
+  bool Add(std::string_view piece);
+
+  /// The input is over; its last line needs no newline.
+  void End();
+
+ private:
+  bool Take(std::string_view line);
+
+  ImuLineParser parser_;
+  const Sink sink_;
+  std::string unfinished_;  // what has come of a line that has no end yet
+};
+
+constexpr size_t kLargestImuFile = size_t{256}
+                                   << 20;  // bytes: nine hours of a sensor that speaks 200 times a second
+
+/// Reads a recorded run, the whole of it, into memory.
+///
+/// Failure  HostError for a file that cannot be read, is none, or has more than `most_bytes`; a malformed
+/// line; no
+///          samples.
+std::vector<ImuSample> ReadImuRun(const std::string& path, size_t most_bytes = kLargestImuFile);
 
 }  // namespace host
 

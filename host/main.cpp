@@ -1,5 +1,6 @@
 // orbisk_host: the Orbisk plug-in on a desk. Try `orbisk_host --help`.
 
+#include <csignal>
 #include <exception>
 
 #include "host/console.h"
@@ -15,6 +16,8 @@ constexpr int kWrongUse = 2;
 }  // namespace
 
 int main(int argc, char** argv) {
+  // Whoever reads the output may go; the pictures are written all the same.
+  std::signal(SIGPIPE, SIG_IGN);
   host::Console console;
   try {
     const host::Options options = host::ParseOptions(argc, argv, host::DisplayPresent());

@@ -28,14 +28,15 @@ counts.
     0.01,0.0087,0,0,0.99996   0.01,1.0,0,-0.5
 
 Each sample is sent at its own time, counted from the first one. From standard input samples may
-come without a column t; they are then sent as they come.
+come without a column t; they are then sent as they come. A file has 256 MiB at most, a line 64 KiB.
 
 Window: Esc or q quits, space takes the orientation of this moment as level, r takes that back.
 A recorded run repeats until the window is closed, unless --seconds is given.
 
 Pictures: DIR/frame_01.png and so on (transparent where the model is not), DIR/contact_sheet.png,
-and DIR/orientation.webp, an animation for a browser (of the first minute of a longer run).
-Ctrl-C ends a run early; the pictures are written all the same.
+and DIR/orientation.webp, an animation for a browser (of the first minute of a longer run). The
+first picture is there as soon as something is drawn, the others at the end. Ctrl-C ends a run
+early, and so does closing the terminal; the pictures are written all the same.
 
 Examples:
     orbisk_host --model assets/device.glb --imu assets/imu_run.csv
@@ -99,11 +100,11 @@ Angles TakeAngles(const std::string& text) {
   Wrong("--base-rpy", "ROLL,PITCH,YAW in degrees", text);
 }
 
-double TakeSeconds(const std::string& text) {
+double TakeSeconds(const std::string& option, const std::string& text) {
   const std::optional<double> seconds = FiniteNumber(text);
   constexpr double kMostSeconds = 1e6;
   if (!seconds || *seconds <= 0 || *seconds > kMostSeconds) {
-    Wrong("--seconds", "a number above 0, 1000000 at most", text);
+    Wrong(option, "a number above 0, 1000000 at most", text);
   }
   return *seconds;
 }
@@ -130,7 +131,7 @@ Options ParseOptions(int argc, const char* const* argv, bool display_present) {
   app.set_help_flag();  // comes last
 
   // Numbers are taken as text and read here: "nan" is no distance, and messages have one form.
-  std::optional<std::string> size, distance, scale, base, seconds, frames;
+  std::optional<std::string> size, distance, scale, base, seconds, wait, frames;
   app.add_option("--model", options.model,
                  "The model, a binary glTF file (.glb); the plug-in also looks for it\n"
                  "in data/flutter_assets/")
@@ -168,6 +169,11 @@ Options ParseOptions(int argc, const char* const* argv, bool display_present) {
   app.add_option("--seconds", seconds, "End after so many seconds (default: with the last sample)")
       ->type_name("N")
       ->group("Run");
+  app.add_option("--wait", wait,
+                 "Wait so many seconds for a frame, where the plug-in draws none\n"
+                 "(default 60)")
+      ->type_name("N")
+      ->group("Run");
 
   app.add_option("--out", options.out, "Folder for the pictures, made if need be (default ./out)")
       ->type_name("DIR")
@@ -198,7 +204,8 @@ Options ParseOptions(int argc, const char* const* argv, bool display_present) {
   if (distance) options.distance = TakeNumber("--distance", *distance);
   if (scale) options.scale = TakeNumber("--scale", *scale);
   if (base) options.base = TakeAngles(*base);
-  if (seconds) options.seconds = TakeSeconds(*seconds);
+  if (seconds) options.seconds = TakeSeconds("--seconds", *seconds);
+  if (wait) options.wait_s = TakeSeconds("--wait", *wait);
   if (frames) options.frames = TakeFrames(*frames);
   if (!options.window && !headless) options.window = display_present;
   return options;

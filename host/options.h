@@ -25,6 +25,7 @@ struct Options {
 
   std::optional<double> seconds;  // none: as long as the IMU run
   bool window = false;
+  double wait_s = 60.0;  // for a frame, where the plug-in draws none
 
   std::string out = "out";
   int frames = 12;

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "host/cairo_surface.h"
+#include "host/files.h"
 #include "host/host_error.h"
 
 namespace host {
@@ -21,10 +22,16 @@ constexpr double kTextSize = 12;
 constexpr int kCaptionHeight = 40;
 
 void WriteSurface(cairo_surface_t* surface, const std::string& path) {
-  const cairo_status_t status = cairo_surface_write_to_png(surface, path.c_str());
+  std::string png;
+  const auto append = [](void* text, const unsigned char* bytes, unsigned int size) {
+    static_cast<std::string*>(text)->append(reinterpret_cast<const char*>(bytes), size);
+    return CAIRO_STATUS_SUCCESS;
+  };
+  const cairo_status_t status = cairo_surface_write_to_png_stream(surface, append, &png);
   if (status != CAIRO_STATUS_SUCCESS) {
     throw HostError("cannot write " + path + ": " + cairo_status_to_string(status));
   }
+  WriteWholeFile(path, png);
 }
 
 // Centred on `center_x`, in smaller letters where it would be wider than `width`.
@@ -70,7 +77,7 @@ std::vector<TimedFrame> FrameReservoir::Spread(size_t count) const {
   std::vector<TimedFrame> chosen;
   size_t next = 0;
   for (size_t i = 0; i < count; ++i) {
-    const double share = count == 1 ? 0.5 : static_cast<double>(i) / static_cast<double>(count - 1);
+    const double share = i == 0 ? 0.0 : static_cast<double>(i) / static_cast<double>(count - 1);
     const double target = first_seconds + share * whole_seconds;
     const size_t last_candidate = kept_.size() - (count - i);  // leaves one for each that follows
     const auto distance = [&](size_t candidate) { return std::abs(kept_[candidate].seconds - target); };

@@ -30,7 +30,7 @@ class FrameReservoir {
   void Add(const TimedFrame& frame);
 
   /// `count` of the kept frames, evenly spaced in time from the first to the last; all of them where there
-  /// are no more.
+  /// are no more. The first frame that came is always the first of them.
   std::vector<TimedFrame> Spread(size_t count) const;
 
  private:

@@ -19,17 +19,12 @@ size_t ReservoirCapacity(size_t still_count, size_t frame_bytes) {
   return std::max<size_t>(2, std::clamp(affordable, 2 * still_count, 8 * still_count));
 }
 
-std::string Numbered(size_t number, size_t count) {
-  const size_t digits = std::max<size_t>(2, std::to_string(count).size());
-  const std::string text = std::to_string(number);
-  return std::string(digits - text.size(), '0') + text;
-}
-
 }  // namespace
 
-Recorder::Recorder(std::string folder, size_t still_count, size_t frame_bytes)
+Recorder::Recorder(std::string folder, size_t still_count, size_t frame_bytes, FirstPicture on_first_picture)
     : folder_(std::move(folder)),
       still_count_(still_count),
+      on_first_picture_(std::move(on_first_picture)),
       stills_(ReservoirCapacity(still_count, frame_bytes)),
       thread_([this] { Work(); }) {}
 
@@ -51,11 +46,16 @@ void Recorder::Add(TimedFrame frame) {
   changed_.notify_one();
 }
 
+void Recorder::Check() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (failure_) std::rethrow_exception(failure_);
+}
+
 void Recorder::Close() { End(State::kClosed); }
 
 Recorder::Files Recorder::Finish() {
   thread_.join();
-  if (failure_) std::rethrow_exception(failure_);
+  Check();
   return files_;
 }
 
@@ -72,6 +72,7 @@ void Recorder::Work() {
     TakeFrames();
     if (state_ == State::kClosed) WriteFiles();
   } catch (...) {
+    const std::lock_guard<std::mutex> lock(mutex_);
     failure_ = std::current_exception();
   }
 }
@@ -85,10 +86,17 @@ void Recorder::TakeFrames() {
     const TimedFrame frame = std::move(waiting_.front());
     waiting_.pop_front();
     lock.unlock();
+    if (files_.stills.empty()) WriteFirstStill(*frame.frame);
     stills_.Add(frame);
     animation_.Add(frame);
     lock.lock();
   }
+}
+
+void Recorder::WriteFirstStill(const Frame& frame) {
+  files_.stills.push_back(StillPath(1));
+  WritePng(frame, files_.stills.back());
+  on_first_picture_(files_.stills.back());
 }
 
 void Recorder::WriteFiles() {
@@ -96,14 +104,21 @@ void Recorder::WriteFiles() {
   if (stills.empty()) throw HostError("the plug-in drew no frame during the run");
   files_.frames_left_out = left_out_;
   files_.animation_cut_off = animation_.cut_off();
-  for (size_t i = 0; i < stills.size(); ++i) {
-    files_.stills.push_back(folder_ + "/frame_" + Numbered(i + 1, stills.size()) + ".png");
+  for (size_t i = 1; i < stills.size(); ++i) {  // the first one is there
+    files_.stills.push_back(StillPath(i + 1));
     WritePng(*stills[i].frame, files_.stills.back());
   }
   files_.contact_sheet = folder_ + "/contact_sheet.png";
   WriteContactSheet(stills, files_.contact_sheet);
   files_.animation = folder_ + "/orientation.webp";
   animation_.Write(files_.animation);
+}
+
+// "frame_01.png": two digits, or as many as the last one may need.
+std::string Recorder::StillPath(size_t number) const {
+  const size_t digits = std::max<size_t>(2, std::to_string(still_count_).size());
+  const std::string text = std::to_string(number);
+  return folder_ + "/frame_" + std::string(digits - text.size(), '0') + text + ".png";
 }
 
 }  // namespace host

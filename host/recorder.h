@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <exception>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -28,10 +29,14 @@ class Recorder {
     uint64_t frames_left_out = 0;    // the encoder was busy
   };
 
+  /// Receives the path of the first still.
+  using FirstPicture = std::function<void(const std::string& path)>;
+
   /// Pictures go into `folder`; `still_count` of them are written one by one and onto the contact sheet, of a
-  /// run whose frames have `frame_bytes` bytes.
-  Recorder(std::string folder, size_t still_count, size_t frame_bytes);
-  /// Without Close() nothing is written.
+  /// run whose frames have `frame_bytes` bytes. The first one is written as soon as there is a frame, and
+  /// then passed to `on_first_picture` on the recorder's thread, before any other frame is looked at.
+  Recorder(std::string folder, size_t still_count, size_t frame_bytes, FirstPicture on_first_picture);
+  /// Without Close() nothing is written but the first still.
   ~Recorder();
   Recorder(const Recorder&) = delete;
   Recorder& operator=(const Recorder&) = delete;
@@ -40,6 +45,9 @@ class Recorder {
   ///
   /// Thread   any; times must not decrease.
   void Add(TimedFrame frame);
+
+  /// Throws HostError when a picture could not be made: no others will be.
+  void Check() const;
 
   /// The run is over: all files are written, on the recorder's thread.
   void Close();
@@ -54,24 +62,27 @@ class Recorder {
 
   void Work();
   void TakeFrames();
+  void WriteFirstStill(const Frame& frame);
   void WriteFiles();
+  std::string StillPath(size_t number) const;
   void End(State state);
 
   const std::string folder_;
   const size_t still_count_;
+  const FirstPicture on_first_picture_;
 
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
   std::condition_variable changed_;
   // Guarded by `mutex_`.
   std::deque<TimedFrame> waiting_;
   State state_ = State::kRunning;
   uint64_t left_out_ = 0;
+  std::exception_ptr failure_;
 
   // The thread's, and Finish()'s once that has ended.
   FrameReservoir stills_;
   Animation animation_;
   Files files_;
-  std::exception_ptr failure_;
 
   std::thread thread_;  // last: it uses all of the above
 };

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -22,6 +23,7 @@
 #include "host/environment.h"
 #include "host/host_error.h"
 #include "host/imu_feed.h"
+#include "host/model_trouble.h"
 #include "host/plugin_library.h"
 #include "host/recorder.h"
 #include "host/report.h"
@@ -40,17 +42,21 @@ double SecondsBetween(Clock::time_point from, Clock::time_point to) {
 
 double Milliseconds(std::chrono::nanoseconds time) { return static_cast<double>(time.count()) / 1e6; }
 
-// ---- Ctrl-C -----------------------------------------------------------------------------------------------
+// ---- Signals ----------------------------------------------------------------------------------------------
 
 std::atomic<bool> g_interrupted{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler writes it");
 
-// The first one ends the run in order, the second one the program at once.
+// Ctrl-C and closing the terminal end the run in order, a second Ctrl-C the program at once. A terminal that
+// closes may send its signal twice, from the shell and from the system, and none to a program under nohup.
 void EndRunOnInterrupt() {
   struct sigaction action = {};
   action.sa_handler = [](int) { g_interrupted = true; };
-  action.sa_flags = static_cast<int>(SA_RESETHAND);
   sigemptyset(&action.sa_mask);
+  struct sigaction hang_up;
+  sigaction(SIGHUP, nullptr, &hang_up);
+  if (hang_up.sa_handler != SIG_IGN) sigaction(SIGHUP, &action, nullptr);
+  action.sa_flags = static_cast<int>(SA_RESETHAND);
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
 }
@@ -130,6 +136,7 @@ class Runner {
   bool AtEnd(Clock::time_point now);
   void ShowProgress(Clock::time_point now);
   void Report(std::optional<Recorder::Files> files);
+  void CheckReport();
 
   const Options& options_;
   Console& console_;
@@ -154,6 +161,7 @@ class Runner {
 };
 
 void Runner::Run() {
+  CheckModelFile(options_.model);
   OpenFeed();
   title_ = "Orbisk - " + std::filesystem::path(options_.model).filename().string();
   if (options_.window) {
@@ -163,7 +171,8 @@ void Runner::Run() {
     if (!options_.verbose) console_.DivertOthersTo(options_.out + "/plugin.log");
     recorder_ = std::make_unique<Recorder>(
         options_.out, static_cast<size_t>(options_.frames),
-        static_cast<size_t>(options_.width) * static_cast<size_t>(options_.height) * 4);
+        static_cast<size_t>(options_.width) * static_cast<size_t>(options_.height) * 4,
+        [this](const std::string& path) { console_.Out("First picture: " + path + '\n'); });
   }
   const RegisterPluginFunction register_plugin =
       LoadPlugin(options_.plugin.empty() ? DefaultPluginPath() : options_.plugin);
@@ -177,6 +186,7 @@ void Runner::Run() {
   }
   if (files || window_) Report(std::move(files));
   if (!input_error_.empty()) throw HostError(input_error_);
+  CheckReport();
 }
 
 void Runner::RunPlugin(RegisterPluginFunction register_plugin) {
@@ -230,6 +240,7 @@ void Runner::Loop() {
   for (;;) {
     const Clock::time_point now = Clock::now();
     session_->embedder().CheckRaster();
+    if (recorder_) recorder_->Check();
     if (!InputOver()) SendDueSamples(std::min(now, deadline_));
     if (!ServeWindow() || AtEnd(now)) return;
     ShowProgress(now);
@@ -242,7 +253,7 @@ void Runner::Loop() {
   }
 }
 
-// True when no more samples are to be sent: there are none, or Ctrl-C was pressed.
+// True when no more samples are to be sent: there are none, or a signal ends the run.
 bool Runner::InputOver() const { return g_interrupted || !input_error_.empty() || feed_->ended(); }
 
 void Runner::SendDueSamples(Clock::time_point now) {
@@ -279,16 +290,17 @@ bool Runner::ServeWindow() {
 }
 
 bool Runner::AtEnd(Clock::time_point now) {
-  constexpr auto kLongestWait = std::chrono::seconds(5);  // for a plug-in that draws nothing
+  const auto longest_wait =
+      std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(options_.wait_s));
   const uint64_t fetched = session_->embedder().frames_fetched();
   // However short the run, it has a picture.
-  if (now >= deadline_ && (fetched > 0 || now >= deadline_ + kLongestWait)) return true;
+  if (now >= deadline_ && (fetched > 0 || now >= deadline_ + longest_wait)) return true;
   if (!InputOver()) return false;
   if (!input_over_at_) {
     input_over_at_ = now;
     fetched_at_input_end_ = fetched;
   }
-  return fetched >= fetched_at_input_end_ + frames_after_input_ || now >= *input_over_at_ + kLongestWait;
+  return fetched >= fetched_at_input_end_ + frames_after_input_ || now >= *input_over_at_ + longest_wait;
 }
 
 void Runner::ShowProgress(Clock::time_point now) {
@@ -326,6 +338,19 @@ void Runner::Report(std::optional<Recorder::Files> files) {
   figures.files = std::move(files);
   figures.log_path = console_.others_path();
   console_.Out(ReportText(figures));
+}
+
+// A reader that has gone away (`orbisk_host ... | head -1`) has seen what it wanted, and a terminal that has
+// closed (EIO) has ended the run: that is no failure.
+void Runner::CheckReport() {
+  const int error = console_.out_error();
+  if (error == 0) return;
+  const std::string lost = std::string("the report is lost") +
+                           (recorder_ ? "; the pictures are in " + options_.out : std::string());
+  if (error != EPIPE && !(error == EIO && g_interrupted)) {
+    throw HostError(std::string("cannot write to standard output: ") + std::strerror(error) + "; " + lost);
+  }
+  console_.Line("nobody reads standard output any more; " + lost);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "host/environment.h"
 #include "host/host_error.h"
+#include "host/model_trouble.h"
 
 namespace host {
 
@@ -38,8 +39,10 @@ void Session::SetUp(const Options& options) {
   try {
     viewer_.LoadModel(options.model);
   } catch (const CommandError& error) {
-    if (error.code() != "LOAD_FAILED") throw;
-    throw HostError("cannot load the model " + options.model + ": " + error.code() + ": " + error.message());
+    if (error.code() != "LOAD_FAILED" && !error.left_by_exception()) throw;
+    throw HostError("cannot load the model " + options.model + ": " +
+                    ModelTrouble(options.model, error.message()) + " (" + error.code() +
+                    (error.code().empty() ? "" : ": ") + error.message() + ")");
   }
   load_model_latency_ = viewer_.last_latency();
 

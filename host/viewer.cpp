@@ -19,6 +19,7 @@ using flutter::EncodableMap;
 using flutter::EncodableValue;
 
 constexpr char kChannel[] = "orbisk";
+constexpr char kLeft[] = "an exception left the plug-in's handler: ";
 
 // The model loader's log is one line per attempt; an error is one line.
 std::string InOneLine(const std::string& text) {
@@ -60,6 +61,8 @@ CommandError::CommandError(const std::string& command, const std::string& code, 
     : std::runtime_error(command + " failed: " + (code.empty() ? "" : code + ": ") + InOneLine(message)),
       code_(code),
       message_(InOneLine(message)) {}
+
+bool CommandError::left_by_exception() const { return message_.compare(0, sizeof(kLeft) - 1, kLeft) == 0; }
 
 int64_t Viewer::CreateTexture(int width, int height) {
   const EncodableValue id = Invoke("createTexture", {{"width", int32_t{width}}, {"height", int32_t{height}}});
@@ -108,8 +111,7 @@ EncodableValue Viewer::Invoke(const std::string& command, EncodableMap arguments
   try {
     reply = embedder_.Deliver(kChannel, *message);
   } catch (const std::exception& exception) {
-    throw CommandError(command, "",
-                       std::string("an exception left the plug-in's handler: ") + exception.what());
+    throw CommandError(command, "", std::string(kLeft) + exception.what());
   }
   last_latency_ = std::chrono::steady_clock::now() - delivered_at;
 

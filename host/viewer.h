@@ -20,6 +20,8 @@ class CommandError : public std::runtime_error {
 
   /// The plug-in's code, such as "LOAD_FAILED"; empty when it gave no coded answer.
   const std::string& code() const { return code_; }
+  /// True when an exception left the plug-in's handler; its text is in the message.
+  bool left_by_exception() const;
   /// The plug-in's message, in one line; what happened instead when it gave no coded answer.
   const std::string& message() const { return message_; }
 

@@ -141,7 +141,7 @@ TEST_F(LiveFeedTest, TimedSamplesAreDueByTheirTimesAfterTheFirstArrival) {
   Send("t,roll,pitch,yaw\n50,1,0,0\n50.5,2,0,0\n50.2,3,0,0\n");
   EndInput();
   WaitForMore();
-  const auto arrival = kStart + milliseconds(7000);
+  const auto arrival = kStart - milliseconds(7000);
   EXPECT_EQ(TakeAll(*feed_, arrival), (std::vector<double>{1}));
   EXPECT_EQ(TakeAll(*feed_, arrival + milliseconds(499)), (std::vector<double>{}));
   EXPECT_FALSE(feed_->ended());
@@ -183,9 +183,7 @@ TEST_F(LiveFeedTest, LineWithoutEndFailsBeforeItFillsTheMemory) {
   for (int i = 0; i < 17; ++i) Send(piece);
   WaitForMore();
   EXPECT_EQ(FailureOf(*feed_, kStart),
-            "sensor, line 1: expected a header naming either qx,qy,qz,qw or roll,pitch,yaw (and t, if any), "
-            "found \"" +
-                std::string(60, 'x') + "...\"");
+            "sensor, line 1: expected a line of at most 65536 bytes, found a longer one");
 }
 
 TEST_F(LiveFeedTest, SamplesFarAheadMakeTheWriterWaitNotTheMemoryGrow) {

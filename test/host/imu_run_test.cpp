@@ -1,6 +1,7 @@
 #include "host/imu_run.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <sstream>
 
@@ -179,21 +180,73 @@ TEST(ReadImuRun, FileIsReadWhole) {
   ExpectAngles(samples[1].orientation, 4, 5, 6);
 }
 
+std::string FailureOfFile(const std::string& path, size_t most_bytes = kLargestImuFile) {
+  try {
+    ReadImuRun(path, most_bytes);
+  } catch (const HostError& error) {
+    return error.what();
+  }
+  return "no failure";
+}
+
 TEST(ReadImuRun, FailureNamesTheFile) {
   const TempFolder folder;
-  const auto failure_of = [](const std::string& path) -> std::string {
-    try {
-      ReadImuRun(path);
-    } catch (const HostError& error) {
-      return error.what();
-    }
-    return "no failure";
-  };
   const std::string bad = folder.Write("bad.csv", "t,roll,pitch,yaw\n0,1,2,x\n");
-  EXPECT_EQ(failure_of(bad), bad + ", line 2: expected a number for yaw, found \"x\"");
-  EXPECT_EQ(failure_of(folder.File("none.csv")),
+  EXPECT_EQ(FailureOfFile(bad), bad + ", line 2: expected a number for yaw, found \"x\"");
+  EXPECT_EQ(FailureOfFile(folder.File("none.csv")),
             "cannot read the IMU file " + folder.File("none.csv") + ": No such file or directory");
-  EXPECT_EQ(failure_of(folder.path()), "cannot read the IMU file " + folder.path() + ": it is a folder");
+  EXPECT_EQ(FailureOfFile(folder.path()), "cannot read the IMU file " + folder.path() + ": it is a folder");
+}
+
+TEST(ReadImuRun, PipesAndDevicesAreNotOpened) {
+  const TempFolder folder;
+  const std::string pipe = folder.File("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  EXPECT_EQ(FailureOfFile(pipe),
+            "cannot read the IMU file " + pipe +
+                ": it is a pipe; --imu - reads samples from standard input as they come");
+  EXPECT_EQ(FailureOfFile("/dev/zero"),
+            "cannot read the IMU file /dev/zero: it is a device; --imu - reads samples from standard input "
+            "as they come");
+}
+
+TEST(ReadImuRun, FileOfManyPiecesIsReadWhole) {
+  const TempFolder folder;
+  std::string text = "t,roll,pitch,yaw\n";
+  for (int i = 0; i < 20000; ++i) text += std::to_string(i) + "," + std::to_string(i % 7) + ",0,0\n";
+  ASSERT_GT(text.size(), 3u * 65536);
+  const auto samples = ReadImuRun(folder.Write("run.csv", text), text.size());
+  ASSERT_EQ(samples.size(), 20000u);
+  for (size_t i = 0; i < samples.size(); ++i) {
+    ASSERT_EQ(samples[i].seconds, static_cast<double>(i));
+    ASSERT_EQ(std::get<Angles>(samples[i].orientation).roll, static_cast<double>(i % 7));
+  }
+}
+
+TEST(ReadImuRun, FileBeyondTheLargestIsRefused) {
+  const TempFolder folder;
+  const std::string text = "t,roll,pitch,yaw\n0,1,2,3\n";
+  const std::string path = folder.Write("run.csv", text);
+  EXPECT_EQ(FailureOfFile(path, text.size()), "no failure");
+  EXPECT_EQ(FailureOfFile(path, text.size() - 1), "cannot read the IMU file " + path +
+                                                      ": it has more than 24 bytes; --imu - < " + path +
+                                                      " plays a run of any length");
+}
+
+TEST(ReadImuRun, LineWithoutEndIsRefusedBeforeItIsRead) {
+  const TempFolder folder;
+  const std::string path = folder.Write("run.csv", "");
+  std::filesystem::resize_file(path, kLargestImuFile);  // zeros, which take no room on the disk
+  EXPECT_EQ(FailureOfFile(path),
+            path + ", line 1: expected a line of at most 65536 bytes, found a longer one");
+}
+
+TEST(ImuLineParser, LongestLineIsRead) {
+  const std::string header = "t,roll,pitch,yaw,";
+  const std::string longest(ImuLineParser::kLongestLine - header.size(), 'x');
+  EXPECT_EQ(Parse(header + longest + "\n0,1,2,3,\n").size(), 1u);
+  EXPECT_EQ(FailureOf(header + longest + "x\n0,1,2,3,\n"),
+            "run.csv, line 1: expected a line of at most 65536 bytes, found a longer one");
 }
 
 }  // namespace

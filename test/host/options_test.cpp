@@ -43,6 +43,7 @@ TEST(Options, DefaultsStandWhereNothingElseIsSaid) {
   EXPECT_FALSE(options.scale.has_value());
   EXPECT_FALSE(options.base.has_value());
   EXPECT_FALSE(options.seconds.has_value());
+  EXPECT_EQ(options.wait_s, 60);
   EXPECT_EQ(options.out, "out");
   EXPECT_EQ(options.frames, 12);
   EXPECT_FALSE(options.verbose);
@@ -51,9 +52,9 @@ TEST(Options, DefaultsStandWhereNothingElseIsSaid) {
 
 TEST(Options, EveryOptionIsTaken) {
   const Options options = Parse(
-      {"--model",  "m.glb",    "--imu",      "-",           "--size",    "320x200", "--distance", "2.5",
-       "--scale",  "-1e-1",    "--base-rpy", "-90,0.5,180", "--seconds", "0.25",    "--headless", "--out",
-       "pictures", "--frames", "3",          "--verbose",   "--plugin",  "lib.so"});
+      {"--model", "m.glb", "--imu",      "-",           "--size",    "320x200",   "--distance", "2.5",
+       "--scale", "-1e-1", "--base-rpy", "-90,0.5,180", "--seconds", "0.25",      "--headless", "--wait",
+       "1.5",     "--out", "pictures",   "--frames",    "3",         "--verbose", "--plugin",   "lib.so"});
   EXPECT_EQ(options.model, "m.glb");
   EXPECT_EQ(options.imu, "-");
   EXPECT_EQ(options.width, 320);
@@ -66,6 +67,7 @@ TEST(Options, EveryOptionIsTaken) {
   EXPECT_EQ(options.base->yaw, 180);
   EXPECT_EQ(options.seconds, 0.25);
   EXPECT_FALSE(options.window);
+  EXPECT_EQ(options.wait_s, 1.5);
   EXPECT_EQ(options.out, "pictures");
   EXPECT_EQ(options.frames, 3);
   EXPECT_TRUE(options.verbose);
@@ -107,6 +109,7 @@ TEST(Options, FailureSaysWhatWasExpectedAndFound) {
       {{"--seconds", "0"}, "--seconds: expected a number above 0, 1000000 at most, found \"0\""},
       {{"--seconds", "-1"}, "--seconds: expected a number above 0, 1000000 at most, found \"-1\""},
       {{"--seconds", "1e9"}, "--seconds: expected a number above 0, 1000000 at most, found \"1e9\""},
+      {{"--wait", "0"}, "--wait: expected a number above 0, 1000000 at most, found \"0\""},
       {{"--frames", "0"}, "--frames: expected a number from 1 to 100, found \"0\""},
       {{"--frames", "101"}, "--frames: expected a number from 1 to 100, found \"101\""},
       {{"--frames", "ten"}, "--frames: expected a number from 1 to 100, found \"ten\""},
@@ -139,8 +142,8 @@ TEST(Options, HelpExplainsEveryOptionAndTheImuFile) {
     EXPECT_TRUE(exit.help());
     for (const char* part :
          {"--model FILE", "--imu FILE", "--size WxH", "--distance D", "--scale S", "--base-rpy R,P,Y",
-          "--window", "--headless", "--seconds N", "--out DIR", "--frames N", "--verbose", "--plugin FILE",
-          "--help", "t,qx,qy,qz,qw", "t,roll,pitch,yaw", "plugin.log", "Examples:"}) {
+          "--window", "--headless", "--seconds N", "--wait N", "--out DIR", "--frames N", "--verbose",
+          "--plugin FILE", "--help", "t,qx,qy,qz,qw", "t,roll,pitch,yaw", "plugin.log", "Examples:"}) {
       EXPECT_THAT(exit.what(), HasSubstr(part));
     }
   }

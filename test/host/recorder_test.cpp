@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <future>
 #include <memory>
+#include <thread>
 
 #include "host/host_error.h"
 #include "test/host/pictures_on_disk.h"
@@ -24,9 +26,11 @@ TimedFrame FrameAt(double seconds) {
   return timed;
 }
 
+void IgnoreFirst(const std::string&) {}
+
 TEST(Recorder, AllFilesAreWrittenAndNamed) {
   const TempFolder folder;
-  Recorder recorder(folder.path(), 3, 8 * 6 * 4);
+  Recorder recorder(folder.path(), 3, 8 * 6 * 4, IgnoreFirst);
   for (int i = 0; i < 5; ++i) recorder.Add(FrameAt(i));
   recorder.Close();
   const Recorder::Files files = recorder.Finish();
@@ -44,17 +48,44 @@ TEST(Recorder, AllFilesAreWrittenAndNamed) {
 
 TEST(Recorder, FramesThatTheEncoderHasNoTimeForAreCountedNotQueued) {
   const TempFolder folder;
-  Recorder recorder(folder.path(), 2, 8 * 6 * 4);
-  constexpr int kFrames = 20000;
-  for (int i = 0; i < kFrames; ++i) recorder.Add(FrameAt(i * 0.001));
+  std::promise<void> held;
+  std::promise<void> go_on;
+  Recorder recorder(folder.path(), 12, 8 * 6 * 4, [&](const std::string&) {
+    held.set_value();
+    go_on.get_future().wait();
+  });
+  recorder.Add(FrameAt(0));
+  held.get_future().wait();
+  for (int i = 1; i <= 8 + 5; ++i) recorder.Add(FrameAt(i));
+  go_on.set_value();
   recorder.Close();
-  EXPECT_GT(recorder.Finish().frames_left_out, 0u);
+  const Recorder::Files files = recorder.Finish();
+  EXPECT_EQ(files.frames_left_out, 5u);
+  EXPECT_EQ(files.stills.size(), 1u + 8u);
+}
+
+TEST(Recorder, FirstPictureIsThereLongBeforeTheEndOfTheRun) {
+  const TempFolder folder;
+  std::promise<std::string> first;
+  Recorder recorder(folder.path(), 100, 8 * 6 * 4, [&](const std::string& path) { first.set_value(path); });
+  recorder.Add(FrameAt(2));
+  const std::string path = first.get_future().get();
+  EXPECT_EQ(path, folder.File("frame_001.png")) << "as many digits as the last one may need";
+  EXPECT_EQ(PngOnDisk(path).Pixel(4, 3), 0xFF6464FFu);
+
+  for (int i = 3; i < 6; ++i) recorder.Add(FrameAt(i));
+  recorder.Close();
+  const Recorder::Files files = recorder.Finish();
+  ASSERT_EQ(files.stills.size(), 4u);
+  EXPECT_EQ(files.stills[0], path);
+  EXPECT_EQ(PngOnDisk(files.stills[0]).Pixel(4, 3), 0xFF6464FFu);
+  EXPECT_EQ(PngOnDisk(files.stills[1]).Pixel(4, 3), 0xFF9696FFu);
 }
 
 TEST(Recorder, FilesAreWrittenWithoutSomebodyWaitingForThem) {
   const TempFolder folder;
   {
-    Recorder recorder(folder.path(), 1, 8 * 6 * 4);
+    Recorder recorder(folder.path(), 1, 8 * 6 * 4, IgnoreFirst);
     recorder.Add(FrameAt(0));
     recorder.Close();
     recorder.Add(FrameAt(1));  // too late
@@ -63,18 +94,18 @@ TEST(Recorder, FilesAreWrittenWithoutSomebodyWaitingForThem) {
   EXPECT_EQ(WebPOnDisk(folder.File("orientation.webp")).pictures.size(), 1u);
 }
 
-TEST(Recorder, NothingIsWrittenWithoutAnEndOfTheRun) {
+TEST(Recorder, NothingButTheFirstPictureIsWrittenWithoutAnEndOfTheRun) {
   const TempFolder folder;
   {
-    Recorder recorder(folder.path(), 1, 8 * 6 * 4);
-    recorder.Add(FrameAt(0));
+    Recorder recorder(folder.path(), 3, 8 * 6 * 4, IgnoreFirst);
+    for (int i = 0; i < 5; ++i) recorder.Add(FrameAt(i));
   }
-  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+  EXPECT_EQ(folder.Names(), (std::vector<std::string>{"frame_01.png"}));
 }
 
 TEST(Recorder, FailsWhenThereWasNoFrame) {
   const TempFolder folder;
-  Recorder recorder(folder.path(), 3, 8 * 6 * 4);
+  Recorder recorder(folder.path(), 3, 8 * 6 * 4, IgnoreFirst);
   recorder.Close();
   try {
     recorder.Finish();
@@ -85,15 +116,30 @@ TEST(Recorder, FailsWhenThereWasNoFrame) {
 }
 
 TEST(Recorder, FailsWhenAFileCannotBeWritten) {
-  Recorder recorder("/no/such/folder", 3, 8 * 6 * 4);
+  const TempFolder folder;
+  std::filesystem::create_directory(folder.File("contact_sheet.png"));
+  Recorder recorder(folder.path(), 3, 8 * 6 * 4, IgnoreFirst);
   recorder.Add(FrameAt(0));
   recorder.Close();
   try {
     recorder.Finish();
     FAIL() << "no failure";
   } catch (const HostError& error) {
-    EXPECT_STREQ(error.what(),
-                 "cannot write /no/such/folder/frame_01.png: error while writing to output stream");
+    EXPECT_EQ(error.what(), "cannot write " + folder.File("contact_sheet.png") + ": Is a directory");
+  }
+}
+
+TEST(Recorder, FirstPictureThatCannotBeWrittenIsToldDuringTheRun) {
+  Recorder recorder("/no/such/folder", 3, 8 * 6 * 4, IgnoreFirst);
+  recorder.Check();
+  recorder.Add(FrameAt(0));
+  try {
+    for (;;) {  // until the recorder's thread has failed
+      recorder.Check();
+      std::this_thread::yield();
+    }
+  } catch (const HostError& error) {
+    EXPECT_STREQ(error.what(), "cannot write /no/such/folder/frame_01.png: No such file or directory");
   }
 }
 

@@ -1,12 +1,14 @@
 #ifndef TEST_HOST_TEMP_FOLDER_H_
 #define TEST_HOST_TEMP_FOLDER_H_
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 /// A folder of its own for a test, gone with all that is in it when the test ends.
 class TempFolder {
@@ -29,6 +31,15 @@ class TempFolder {
   std::string Write(const std::string& name, const std::string& text) const {
     std::ofstream(File(name), std::ios::binary) << text;
     return File(name);
+  }
+
+  /// What is in it, in order.
+  std::vector<std::string> Names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(path_))
+      names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
   }
 
  private:

@@ -1,0 +1,89 @@
+#include "host/files.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include "host/host_error.h"
+#include "test/host/temp_folder.h"
+
+namespace host {
+namespace {
+
+std::string FailureOf(const std::string& path, const std::string& bytes) {
+  try {
+    WriteWholeFile(path, bytes);
+  } catch (const HostError& error) {
+    return error.what();
+  }
+  return "no failure";
+}
+
+// Files of this process can grow to so many bytes, as on a disk that is full; for as long as this lives.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) {
+    getrlimit(RLIMIT_FSIZE, &before_);
+    const struct rlimit limit = {bytes, before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    handler_before_ = signal(SIGXFSZ, SIG_IGN);
+  }
+  ~FileSizeLimit() {
+    setrlimit(RLIMIT_FSIZE, &before_);
+    signal(SIGXFSZ, handler_before_);
+  }
+
+ private:
+  struct rlimit before_ = {};
+  void (*handler_before_)(int) = nullptr;
+};
+
+TEST(OtherThanAFile, NamesWhatIsNoRegularFile) {
+  const TempFolder folder;
+  ASSERT_EQ(mkfifo(folder.File("pipe").c_str(), 0600), 0);
+  EXPECT_EQ(OtherThanAFile(folder.path()), "a folder");
+  EXPECT_EQ(OtherThanAFile(folder.File("pipe")), "a pipe");
+  EXPECT_EQ(OtherThanAFile("/dev/null"), "a device");
+}
+
+TEST(OtherThanAFile, IsEmptyForRegularFilesAndForNothing) {
+  const TempFolder folder;
+  EXPECT_EQ(OtherThanAFile(folder.Write("file", "")), "");
+  std::filesystem::create_symlink("file", folder.File("link"));
+  EXPECT_EQ(OtherThanAFile(folder.File("link")), "");
+  EXPECT_EQ(OtherThanAFile(folder.File("none")), "");
+}
+
+TEST(WriteWholeFile, FileHasTheBytesAndNothingElseIsLeft) {
+  const TempFolder folder;
+  WriteWholeFile(folder.Write("file", "what was there before, and was longer"), std::string("new\0bytes", 9));
+  EXPECT_EQ(ReadFile(folder.File("file")), std::string("new\0bytes", 9));
+  EXPECT_EQ(folder.Names(), (std::vector<std::string>{"file"}));
+}
+
+TEST(WriteWholeFile, FileThatDoesNotFitLeavesWhatWasThereBefore) {
+  const TempFolder folder;
+  const std::string path = folder.Write("file", "before");
+  std::string failure;
+  {
+    const FileSizeLimit limit(1000);
+    failure = FailureOf(path, std::string(5000, 'x'));
+  }
+  EXPECT_EQ(failure, "cannot write " + path + ": File too large");
+  EXPECT_EQ(ReadFile(path), "before");
+  EXPECT_EQ(folder.Names(), (std::vector<std::string>{"file"}));
+}
+
+TEST(WriteWholeFile, FailureToTakeTheNameLeavesNothing) {
+  const TempFolder folder;
+  std::filesystem::create_directory(folder.File("taken"));
+  EXPECT_EQ(FailureOf(folder.File("taken"), "x"),
+            "cannot write " + folder.File("taken") + ": Is a directory");
+  EXPECT_EQ(folder.Names(), (std::vector<std::string>{"taken"}));
+  EXPECT_EQ(FailureOf(folder.File("none/file"), "x"),
+            "cannot write " + folder.File("none/file") + ": No such file or directory");
+}
+
+}  // namespace
+}  // namespace host
