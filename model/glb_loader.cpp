@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <locale.h>
 #include <stdlib.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,7 +12,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
-#include <fstream>
 #include <limits>
 #include <locale>
 #include <sstream>
@@ -451,24 +452,60 @@ constexpr uint32_t kMagic = 0x46546C67;      // "glTF"
 constexpr uint32_t kJsonChunk = 0x4E4F534A;  // "JSON"
 constexpr uint32_t kBinChunk = 0x004E4942;   // "BIN\0"
 
-// By opening it: stat is a symbol that the C libraries of many boards do not have yet (glibc 2.33).
-bool is_directory(const std::string& path) {
-  const int directory = open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-  if (directory < 0) return false;
-  close(directory);
-  return true;
-}
+// An open file, closed at the end of its scope.
+class File {
+ public:
+  File(const std::string& path, int flags) : descriptor_(open(path.c_str(), flags | O_CLOEXEC)) {}
+  ~File() {
+    if (descriptor_ >= 0) close(descriptor_);
+  }
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
 
+  // False also when it did not open.
+  //
+  // The C library's fstat is a symbol that many boards do not have yet (glibc 2.33), and the one of before has left its
+  // headers. The kernel's call has always been there, and on these machines fills the C library's record.
+  bool is_regular() const {
+    struct stat status;
+#if defined(__x86_64__) || defined(__aarch64__)
+    const long result = syscall(SYS_fstat, descriptor_, &status);
+#else
+    const int result = fstat(descriptor_, &status);
+#endif
+    return result == 0 && S_ISREG(status.st_mode);
+  }
+
+  // Negative: not known.
+  off_t size() const { return lseek(descriptor_, 0, SEEK_END); }
+
+  // Fills `bytes` from the file's beginning, as far as it goes.
+  void Read(std::vector<uint8_t>& bytes) const {
+    lseek(descriptor_, 0, SEEK_SET);
+    for (size_t done = 0; done < bytes.size();) {
+      const ssize_t count = read(descriptor_, bytes.data() + done, bytes.size() - done);
+      if (count < 0 && errno == EINTR) continue;
+      if (count <= 0) break;
+      done += static_cast<size_t>(count);
+    }
+  }
+
+ private:
+  int descriptor_;
+};
+
+// Only regular files: a pipe would be waited for, a device may never end, and a folder tells a size that would exhaust
+// the memory.
 bool read_file(const std::string& path, std::vector<uint8_t>& bytes) {
-  std::ifstream file(path, std::ios::in | std::ios::binary);
-  // A directory opens like a file, and tells a size that would exhaust the memory.
-  if (!file || is_directory(path)) return false;
-  file.seekg(0, std::ios::end);
-  const std::streamoff size = file.tellg();
+  // Looked at before it is opened, which has effects of its own: it lets a pipe's writer go ahead or starts a watchdog.
+  // By then something else may have the path, which must not hold up the caller either.
+  if (!File(path, O_PATH).is_regular()) return false;
+  const File file(path, O_RDONLY | O_NONBLOCK);
+  if (!file.is_regular()) return false;
+  const off_t size = file.size();
   if (size < 0) return false;
-  file.seekg(0, std::ios::beg);
   bytes.resize(static_cast<size_t>(size));
-  file.read(reinterpret_cast<char*>(bytes.data()), size);
+  file.Read(bytes);
   return true;
 }
 
