@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cfenv>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
@@ -142,17 +143,34 @@ bool find_nested_object(std::string_view text, std::string_view key, NestedObjec
   return true;
 }
 
-// As std::stof, but with a decimal point in every locale: an application that calls setlocale must not turn 0.8
-// into 0.
+locale_t c_locale() {
+  static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
+  return locale;
+}
+
+// Whether the number is close enough to the smallest normal float to become that when rounded to 24 bits, however small
+// its exponent.
+bool rounds_to_smallest_normal(const char* number) {
+  constexpr double kLeast = 0x1.ffffffp-127;  // between 24 one-bits and the next number: a tie goes to the even one
+  const int mode = std::fegetround();
+  std::fesetround(FE_TOWARDZERO);  // so that what is less, by however little, comes out less
+  const double truncated = strtod_l(number, nullptr, c_locale());
+  std::fesetround(mode);
+  return std::abs(truncated) >= kLeast;
+}
+
+// As std::stof on x86-64, but with a decimal point in every locale: an application that calls setlocale must not turn
+// 0.8 into 0.
 float parse_float(const std::string& run) {
-  static const locale_t c_locale = newlocale(LC_ALL_MASK, "C", nullptr);
   const int errno_before = errno;
   errno = 0;
   char* end = nullptr;
-  const float value = strtof_l(run.c_str(), &end, c_locale);
-  // A number that rounds up to the smallest normal one underflows on AArch64, where it is looked at before rounding,
-  // and not on x86-64: everywhere it is in range.
-  const bool out_of_range = errno == ERANGE && std::abs(value) != std::numeric_limits<float>::min();
+  const float value = strtof_l(run.c_str(), &end, c_locale());
+  // A number just below the smallest normal float has no exact float, and may become that one. On AArch64 it is out of
+  // range then, having been too small before it was rounded. On x86-64 it is so only if rounding to 24 bits would have
+  // left it too small, and in range otherwise: so everywhere.
+  const bool out_of_range = errno == ERANGE && !(std::abs(value) == std::numeric_limits<float>::min() &&
+                                                 rounds_to_smallest_normal(run.c_str()));
   if (!out_of_range) errno = errno_before;
   if (end == run.c_str()) throw std::invalid_argument("stof");
   if (out_of_range) throw std::out_of_range("stof");
