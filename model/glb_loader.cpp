@@ -3,14 +3,16 @@
 #include <fcntl.h>
 #include <locale.h>
 #include <stdlib.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cfenv>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
-#include <fstream>
 #include <limits>
 #include <locale>
 #include <sstream>
@@ -141,17 +143,34 @@ bool find_nested_object(std::string_view text, std::string_view key, NestedObjec
   return true;
 }
 
-// As std::stof, but with a decimal point in every locale: an application that calls setlocale must not turn 0.8
-// into 0.
+locale_t c_locale() {
+  static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
+  return locale;
+}
+
+// Whether the number is close enough to the smallest normal float to become that when rounded to 24 bits, however small
+// its exponent.
+bool rounds_to_smallest_normal(const char* number) {
+  constexpr double kLeast = 0x1.ffffffp-127;  // between 24 one-bits and the next number: a tie goes to the even one
+  const int mode = std::fegetround();
+  std::fesetround(FE_TOWARDZERO);  // so that what is less, by however little, comes out less
+  const double truncated = strtod_l(number, nullptr, c_locale());
+  std::fesetround(mode);
+  return std::abs(truncated) >= kLeast;
+}
+
+// As std::stof on x86-64, but with a decimal point in every locale: an application that calls setlocale must not turn
+// 0.8 into 0.
 float parse_float(const std::string& run) {
-  static const locale_t c_locale = newlocale(LC_ALL_MASK, "C", nullptr);
   const int errno_before = errno;
   errno = 0;
   char* end = nullptr;
-  const float value = strtof_l(run.c_str(), &end, c_locale);
-  // A number that rounds up to the smallest normal one underflows on AArch64, where it is looked at before rounding,
-  // and not on x86-64: everywhere it is in range.
-  const bool out_of_range = errno == ERANGE && std::abs(value) != std::numeric_limits<float>::min();
+  const float value = strtof_l(run.c_str(), &end, c_locale());
+  // A number just below the smallest normal float has no exact float, and may become that one. On AArch64 it is out of
+  // range then, having been too small before it was rounded. On x86-64 it is so only if rounding to 24 bits would have
+  // left it too small, and in range otherwise: so everywhere.
+  const bool out_of_range = errno == ERANGE && !(std::abs(value) == std::numeric_limits<float>::min() &&
+                                                 rounds_to_smallest_normal(run.c_str()));
   if (!out_of_range) errno = errno_before;
   if (end == run.c_str()) throw std::invalid_argument("stof");
   if (out_of_range) throw std::out_of_range("stof");
@@ -451,24 +470,60 @@ constexpr uint32_t kMagic = 0x46546C67;      // "glTF"
 constexpr uint32_t kJsonChunk = 0x4E4F534A;  // "JSON"
 constexpr uint32_t kBinChunk = 0x004E4942;   // "BIN\0"
 
-// By opening it: stat is a symbol that the C libraries of many boards do not have yet (glibc 2.33).
-bool is_directory(const std::string& path) {
-  const int directory = open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-  if (directory < 0) return false;
-  close(directory);
-  return true;
-}
+// An open file, closed at the end of its scope.
+class File {
+ public:
+  File(const std::string& path, int flags) : descriptor_(open(path.c_str(), flags | O_CLOEXEC)) {}
+  ~File() {
+    if (descriptor_ >= 0) close(descriptor_);
+  }
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
 
+  // False also when it did not open.
+  //
+  // The C library's fstat is a symbol that many boards do not have yet (glibc 2.33), and the one of before has left its
+  // headers. The kernel's call has always been there, and on these machines fills the C library's record.
+  bool is_regular() const {
+    struct stat status;
+#if defined(__x86_64__) || defined(__aarch64__)
+    const long result = syscall(SYS_fstat, descriptor_, &status);
+#else
+    const int result = fstat(descriptor_, &status);
+#endif
+    return result == 0 && S_ISREG(status.st_mode);
+  }
+
+  // Negative: not known.
+  off_t size() const { return lseek(descriptor_, 0, SEEK_END); }
+
+  // Fills `bytes` from the file's beginning, as far as it goes.
+  void Read(std::vector<uint8_t>& bytes) const {
+    lseek(descriptor_, 0, SEEK_SET);
+    for (size_t done = 0; done < bytes.size();) {
+      const ssize_t count = read(descriptor_, bytes.data() + done, bytes.size() - done);
+      if (count < 0 && errno == EINTR) continue;
+      if (count <= 0) break;
+      done += static_cast<size_t>(count);
+    }
+  }
+
+ private:
+  int descriptor_;
+};
+
+// Only regular files: a pipe would be waited for, a device may never end, and a folder tells a size that would exhaust
+// the memory.
 bool read_file(const std::string& path, std::vector<uint8_t>& bytes) {
-  std::ifstream file(path, std::ios::in | std::ios::binary);
-  // A directory opens like a file, and tells a size that would exhaust the memory.
-  if (!file || is_directory(path)) return false;
-  file.seekg(0, std::ios::end);
-  const std::streamoff size = file.tellg();
+  // Looked at before it is opened, which has effects of its own: it lets a pipe's writer go ahead or starts a watchdog.
+  // By then something else may have the path, which must not hold up the caller either.
+  if (!File(path, O_PATH).is_regular()) return false;
+  const File file(path, O_RDONLY | O_NONBLOCK);
+  if (!file.is_regular()) return false;
+  const off_t size = file.size();
   if (size < 0) return false;
-  file.seekg(0, std::ios::beg);
   bytes.resize(static_cast<size_t>(size));
-  file.read(reinterpret_cast<char*>(bytes.data()), size);
+  file.Read(bytes);
   return true;
 }
 

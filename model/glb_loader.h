@@ -34,7 +34,8 @@ struct GLBModel {
 /// animations, sparse and compressed data are ignored. Numbers and names are picked out of the JSON text by
 /// scanning it, which well-formed files do not notice.
 ///
-/// `model` is emptied first, whatever happens then. `log` may be null; messages are appended to it, one per line.
+/// `path` names a regular file or a link to one; anything else is not read, nor waited for. `model` is emptied first,
+/// whatever happens then. `log` may be null; messages are appended to it, one per line.
 ///
 /// Thread   any; touches nothing but its arguments.
 /// Failure  false and a message in `log` (three broken lengths in the container are silent): no mesh could be

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <string_view>
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -58,13 +59,14 @@ inline uint64_t bits_where(ComparisonAt comparison_at) {
 
 inline size_t lowest(uint64_t bits) { return static_cast<size_t>(__builtin_ctzll(bits)); }
 
-/// The first position at or after `start` at which the text has the word in quotes, or npos. The word is shorter than
-/// a block.
+/// The first position at or after `start` at which the text has the word in quotes, or npos.
 ///
 /// Quotes are everywhere in a JSON text; a word's first and last letter at their distance are not.
 inline size_t find_quoted(std::string_view text, std::string_view word, size_t start) {
   const size_t size = word.size() + 2;
   if (text.size() < size || start > text.size() - size) return std::string_view::npos;
+  // Nobody's keys are that long: the blocks below leave no room for it.
+  if (word.size() >= kBlock) return text.find('"' + std::string(word) + '"', start);
   // Of a word without letters its quotes.
   const Vector first = all(word.empty() ? '"' : word.front());
   const Vector last = all(word.empty() ? '"' : word.back());

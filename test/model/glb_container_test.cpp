@@ -3,10 +3,15 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include "test/model/loading.h"
+#include "test/model/open_hook.h"
 #include "test/model/read_fault.h"
 
 using glb_builder::Bytes;
@@ -19,6 +24,7 @@ using model_test::kTriangleLog;
 using model_test::Load;
 using model_test::Loaded;
 using model_test::LoadPath;
+using model_test::OpenHook;
 using model_test::PreviousModel;
 using model_test::ReadFault;
 using model_test::StatFault;
@@ -205,6 +211,12 @@ class UnreadablePathTest : public ::testing::Test {
     EXPECT_FALSE(load_glb_model(path, model, nullptr));
   }
 
+  std::string MakePipe(const char* name) {
+    const std::string path = folder_.PathOf(name);
+    EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
+    return path;
+  }
+
   TemporaryFolder folder_;
 };
 
@@ -238,13 +250,69 @@ TEST_F(UnreadablePathTest, ALinkToAFolder) {
   ExpectReadFailure(link);
 }
 
-TEST_F(UnreadablePathTest, APipe) {
-  const std::string pipe = folder_.PathOf("pipe.glb");
-  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-  const int other_end = open(pipe.c_str(), O_RDWR);  // or the load would wait for one
-  ASSERT_GE(other_end, 0);
+TEST_F(UnreadablePathTest, APipeThatNobodyWritesTo) { ExpectReadFailure(MakePipe("pipe.glb")); }
+
+TEST_F(UnreadablePathTest, APipeWithAWriter) {
+  const std::string pipe = MakePipe("pipe.glb");
+  const int writer = open(pipe.c_str(), O_RDWR);
+  ASSERT_GE(writer, 0);
+  ASSERT_EQ(write(writer, "glTF", 4), 4);
   ExpectReadFailure(pipe);
-  close(other_end);
+  int unread = 0;
+  EXPECT_EQ(ioctl(writer, FIONREAD, &unread), 0);
+  EXPECT_EQ(unread, 4);
+  close(writer);
+}
+
+TEST_F(UnreadablePathTest, ALinkToAPipe) {
+  MakePipe("pipe.glb");
+  const std::string link = folder_.PathOf("link.glb");
+  ASSERT_EQ(symlink("pipe.glb", link.c_str()), 0);
+  ExpectReadFailure(link);
+}
+
+TEST_F(UnreadablePathTest, ADevice) {
+  for (const char* device : {"/dev/null", "/dev/zero", "/dev/ptmx"}) {
+    SCOPED_TRACE(device);
+    ExpectReadFailure(device);
+  }
+}
+
+TEST_F(UnreadablePathTest, ASocket) {
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  const std::string path = folder_.PathOf("socket.glb");
+  ASSERT_LT(path.size(), sizeof address.sun_path);
+  path.copy(address.sun_path, path.size());
+  const int socket_end = socket(AF_UNIX, SOCK_STREAM, 0);
+  ASSERT_EQ(bind(socket_end, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  ExpectReadFailure(path);
+  close(socket_end);
+}
+
+TEST_F(UnreadablePathTest, WhatIsNoRegularFileIsNotEvenOpened) {
+  const std::string pipe = MakePipe("pipe.glb");
+  int opened = 0;
+  const OpenHook hook([&] { ++opened; });
+  ExpectReadFailure(pipe);
+  ExpectReadFailure("/dev/null");
+  EXPECT_EQ(opened, 0);
+}
+
+TEST_F(UnreadablePathTest, WhatTakesTheFilesPlaceAtTheLastMoment) {
+  MakePipe("pipe");
+  ASSERT_EQ(symlink("/dev/zero", folder_.PathOf("device").c_str()), 0);
+  for (const char* other : {"pipe", "device"}) {
+    SCOPED_TRACE(other);
+    const std::string path = folder_.Write("model.glb", Good());
+    int opened = 0;
+    const OpenHook hook([&] {
+      if (opened++ == 0) std::filesystem::rename(folder_.PathOf(other), path);
+    });
+    ExpectReadFailure(path);
+    EXPECT_EQ(opened, 1);
+    std::filesystem::remove(path);
+  }
 }
 
 TEST_F(UnreadablePathTest, AFileWithoutPermission) {
@@ -327,6 +395,24 @@ TEST(GlbContainerTest, ALinkToAFileIsFollowed) {
   const std::string link = folder.PathOf("link.glb");
   ASSERT_EQ(symlink("model.glb", link.c_str()), 0);
   EXPECT_EQ(LoadPath(link).log, kTriangleLog);
+}
+
+TEST(GlbContainerTest, AFileWithoutAPathOfItsOwnIsReadThroughItsDescriptor) {
+  const Bytes bytes = Good().Build();
+  const int file = memfd_create("model.glb", 0);
+  ASSERT_EQ(write(file, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+  EXPECT_EQ(LoadPath("/proc/self/fd/" + std::to_string(file)).log, kTriangleLog);
+  close(file);
+}
+
+TEST(GlbContainerTest, AFileThatTellsNoSizeIsEmpty) {
+  const char* const path = "/proc/sys/kernel/ostype";
+  struct stat status = {};
+  ASSERT_EQ(fstatat(AT_FDCWD, path, &status, 0), 0);
+  ASSERT_TRUE(S_ISREG(status.st_mode) && status.st_size == 0);
+  const Loaded loaded = LoadPath(path);
+  EXPECT_FALSE(loaded.ok);
+  EXPECT_EQ(loaded.log, "fail: header\n");
 }
 
 TEST(GlbContainerTest, ARelativePathStartsAtTheWorkingFolder) {

@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cfenv>
 #include <climits>
 #include <cmath>
+#include <cstdio>
 
 #include "model/glb_loader.cpp"
 
@@ -476,22 +478,93 @@ TEST(ParseFloatsTest, ANumberTooLargeOrTooSmallThrowsOutOfRange) {
   }
 }
 
+// What becomes of a numeral: the float's exact digits, or the exception.
+template <typename Convert>
+std::string Outcome(Convert convert) {
+  try {
+    char text[64];
+    std::snprintf(text, sizeof text, "%a", static_cast<double>(convert()));
+    return text;
+  } catch (const std::out_of_range& exception) {
+    return std::string("out of range: ") + exception.what();
+  } catch (const std::invalid_argument& exception) {
+    return std::string("invalid: ") + exception.what();
+  }
+}
+
 TEST(ParseFloatsTest, ANumberIsReadAsTheStandardLibraryReadsIt) {
   for (const char* text :
        {"0.1", "0.30000001192", "1e-40", "1.1754942e-38", "1.4e-45", "7e-46", "3.4028235e38", "3.40282357e38",
         "340282346638528859811704183484516925440", "0.8", "1e", "-.", "e", "-"}) {
     SCOPED_TRACE(text);
-    std::string expected, read;
-    const auto describe = [](auto convert) -> std::string {
-      try {
-        return std::to_string(convert());
-      } catch (const std::out_of_range& exception) {
-        return std::string("out of range: ") + exception.what();
-      } catch (const std::invalid_argument& exception) {
-        return std::string("invalid: ") + exception.what();
-      }
-    };
-    EXPECT_EQ(describe([&] { return parse_float(text); }), describe([&] { return std::stof(text); }));
+    EXPECT_EQ(Outcome([&] { return parse_float(text); }), Outcome([&] { return std::stof(text); }));
+  }
+}
+
+// The decimal numeral of exactly this number, or of one that differs in a digit far behind its last.
+std::string ExactNumeral(double number, int difference = 0) {
+  char text[200];
+  std::snprintf(text, sizeof text, "%.160e", number);
+  const std::string numeral = text;
+  const size_t exponent = numeral.find('e');
+  std::string digits = numeral.substr(0, exponent);
+  if (difference > 0) digits += '1';
+  if (difference < 0) {
+    const size_t last = digits.find_last_not_of('0');
+    EXPECT_TRUE(is_digit(digits[last]));
+    --digits[last];
+    digits.replace(last + 1, std::string::npos, digits.size() - last, '9');
+  }
+  return digits + numeral.substr(exponent);
+}
+
+TEST(ParseFloatsTest, ANumberAroundTheSmallestNormalFloatIsInRangeWhereItIsOnX86) {
+  const std::string kOutOfRange = "out of range: stof";
+  constexpr double kSmallestNormal = 0x1p-126;
+  constexpr double kLeastOfTwentyFourBits = 0x1.ffffffp-127;    // becomes kSmallestNormal when rounded to 24 bits
+  constexpr double kLeastThatRoundsUp = 0x1.fffffep-127;        // halfway to it from the next smaller float
+  constexpr double kLargestSubnormal = 0x1.fffffcp-127;
+  const struct {
+    double number;
+    int difference;
+    std::string outcome;
+  } kRows[] = {
+      {kSmallestNormal, 1, "0x1p-126"},
+      {kSmallestNormal, 0, "0x1p-126"},
+      {kSmallestNormal, -1, "0x1p-126"},
+      {kLeastOfTwentyFourBits, 1, "0x1p-126"},
+      {kLeastOfTwentyFourBits, 0, "0x1p-126"},
+      {kLeastOfTwentyFourBits, -1, kOutOfRange},
+      {kLeastThatRoundsUp, 1, kOutOfRange},
+      {kLeastThatRoundsUp, 0, kOutOfRange},
+      {kLeastThatRoundsUp, -1, kOutOfRange},
+      {kLargestSubnormal, 1, kOutOfRange},
+      {kLargestSubnormal, 0, "0x1.fffffcp-127"},
+      {kLargestSubnormal, -1, kOutOfRange},
+      {0x1p-149, 1, kOutOfRange},
+      {0x1p-149, 0, "0x1p-149"},
+      {0x1p-149, -1, kOutOfRange},
+  };
+  for (const auto& row : kRows) {
+    for (const std::string sign : {"", "-"}) {
+      const std::string numeral = sign + ExactNumeral(row.number, row.difference);
+      SCOPED_TRACE(numeral);
+      const std::string expected = row.outcome == kOutOfRange ? kOutOfRange : sign + row.outcome;
+      EXPECT_EQ(Outcome([&] { return parse_float(numeral); }), expected);
+#if defined(__x86_64__)
+      EXPECT_EQ(Outcome([&] { return std::stof(numeral); }), expected);
+#endif
+    }
+  }
+}
+
+TEST(ParseFloatsTest, TheRoundingModeStaysAsItWas) {
+  for (const int mode : {FE_TONEAREST, FE_UPWARD}) {
+    std::fesetround(mode);
+    Outcome([] { return parse_float("1.1754943e-38"); });
+    const int mode_after = std::fegetround();
+    std::fesetround(FE_TONEAREST);
+    EXPECT_EQ(mode_after, mode);
   }
 }
 

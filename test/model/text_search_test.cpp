@@ -113,8 +113,8 @@ TEST(TextSearchTest, ObjectsLongerThanBlocksEndAtTheirBrace) {
 }
 
 TEST(TextSearchTest, QuotedWordsAreFoundAsByTheStandardLibrary) {
-  const std::string longest_word(text_search::kBlock - 1, 'm');
-  const std::vector<std::string> words = {"", "a", "ab", "meshes", "bufferViews", longest_word};
+  std::vector<std::string> words = {"", "a", "ab", "meshes", "bufferViews"};
+  for (const size_t length : {63u, 64u, 65u, 66u, 127u, 128u, 200u}) words.push_back(std::string(length, 'm'));
   std::vector<std::string> pieces;
   for (const std::string& word : words) pieces.push_back('"' + word + '"');
   for (const char* almost : {"\"mesh\"", "meshes", "\"mishes\"", "\"bufferView", "b123456789s", "\"", "a", "b", "mm"}) {
@@ -139,12 +139,18 @@ TEST(TextSearchTest, QuotedWordsAreFoundAsByTheStandardLibrary) {
 }
 
 TEST(TextSearchTest, AWordIsFoundWhereverItStands) {
-  for (const std::string word : {"", "a", "meshes"}) {
+  std::vector<std::string> words = {"", "a", "meshes"};
+  for (const size_t length : {62u, 63u, 64u, 65u, 66u, 150u}) words.push_back(std::string(length, 'w'));
+  for (const std::string& word : words) {
     for (size_t before = 0; before < 200; ++before) {
       for (const size_t behind : {0u, 1u, 40u, 200u}) {
-        const std::string text = std::string(before, 's') + '"' + word + '"' + std::string(behind, 'm');
+        const std::string characters = std::string(before, 's') + '"' + word + '"' + std::string(behind, 'm');
+        const std::vector<char> exact(characters.begin(), characters.end());
+        const std::string_view text(exact.data(), exact.size());
         ASSERT_EQ(text_search::find_quoted(text, word, 0), before) << word << " with " << behind << " behind";
         ASSERT_EQ(text_search::find_quoted(text, word, before + 1), npos) << word << " with " << behind << " behind";
+        const std::string_view unclosed = text.substr(0, before + 1 + word.size());
+        ASSERT_EQ(text_search::find_quoted(unclosed, word, 0), npos) << word << " not closed";
       }
     }
   }
