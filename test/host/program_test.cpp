@@ -590,7 +590,7 @@ TEST_F(ProgramTest, ModelWithANumberThatIsNoneIsExplained) {
   EXPECT_EQ(
       result.err,
       "orbisk_host: cannot load the model " + model +
-          ": it has a whole number that is none, or too large; it is damaged or its exporter is: export "
+          ": it has a whole number that cannot be read; it is damaged or its exporter is: export "
           "it again (an exception left the plug-in's handler: stoi)" +
           LogHint());
 }
