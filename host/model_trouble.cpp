@@ -211,8 +211,8 @@ constexpr Words kLoaderWords[] = {
     {"primitive 0 not found", "its meshes are empty; export it with their triangles"},
     {"no attributes", "its meshes have no vertices; export it with their triangles"},
     {"stoi",
-     "it has a whole number that is none, or too large; it is damaged or its exporter is: export it again"},
-    {"stof", "it has a number that is none, or too large; it is damaged or its exporter is: export it again"},
+     "it has a whole number that cannot be read; it is damaged or its exporter is: export it again"},
+    {"stof", "it has a number that cannot be read; it is damaged or its exporter is: export it again"},
     {"bad_alloc", "there is not enough memory for it; give a smaller one"},
     {"mesh 0: ;",
      "its meshes name data that the file does not describe; it is damaged or its exporter is: export it "

@@ -154,9 +154,9 @@ TEST_F(ModelTroubleTest, ExceptionsOfTheLoaderAreExplained) {
   const std::string path = folder_.File("model.glb");
   Glb().Add(Triangle()).Write(path);
   EXPECT_THAT(ModelTrouble(path, "an exception left the plug-in's handler: stoi"),
-              StartsWith("it has a whole number that is none, or too large"));
+              StartsWith("it has a whole number that cannot be read"));
   EXPECT_THAT(ModelTrouble(path, "an exception left the plug-in's handler: stof"),
-              StartsWith("it has a number that is none, or too large"));
+              StartsWith("it has a number that cannot be read"));
   EXPECT_THAT(ModelTrouble(path, "an exception left the plug-in's handler: std::bad_alloc"),
               StartsWith("there is not enough memory for it"));
   EXPECT_THAT(ModelTrouble(path, "nobody has said this before"),

@@ -312,7 +312,6 @@ TEST_F(ProgramTest, HeadlessRunWritesPicturesAndReports) {
   const WebPOnDisk webp(Out() + "/orientation.webp");
   EXPECT_EQ(webp.width, 320);
   EXPECT_EQ(webp.height, 240);
-  EXPECT_EQ(webp.loop_count, 0);
 
   // Nothing is taken away while it is in use.
   const std::string log = Log();
@@ -359,8 +358,10 @@ TEST_F(ProgramTest, VerboseRunLeavesThePluginsLinesWhereTheyGo) {
   const Result result = RunImu(kImu, {"--seconds", "0.5", "--verbose"});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.out, StartsWith("[Orbisk] Plugin initialized\n"));
-  EXPECT_THAT(result.out, HasSubstr("[Orbisk] Plugin destroyed\nRan for "));
+  EXPECT_THAT(result.out, HasSubstr("[Orbisk] Plugin destroyed\n"));
+  // Somewhere among the plug-in's lines: the picture is written while the plug-in goes on.
   EXPECT_THAT(result.out, HasSubstr("\nFirst picture: " + Out() + "/frame_01.png\n"));
+  EXPECT_THAT(result.out, HasSubstr("\nRan for "));
   EXPECT_THAT(result.out, HasSubstr(" s at 640x480:\n"));
   EXPECT_THAT(result.out, Not(HasSubstr("plugin.log")));
   EXPECT_FALSE(Exists("plugin.log"));
@@ -589,7 +590,7 @@ TEST_F(ProgramTest, ModelWithANumberThatIsNoneIsExplained) {
   EXPECT_EQ(
       result.err,
       "orbisk_host: cannot load the model " + model +
-          ": it has a whole number that is none, or too large; it is damaged or its exporter is: export "
+          ": it has a whole number that cannot be read; it is damaged or its exporter is: export "
           "it again (an exception left the plug-in's handler: stoi)" +
           LogHint());
 }
