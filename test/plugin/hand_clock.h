@@ -11,9 +11,9 @@
 /// somebody advances it, and its sleeps advance it by their length and take no time. What a thread makes of time can
 /// thus be told to the nanosecond, on however slow and busy a machine.
 ///
-/// The program's own clock_gettime and nanosleep stand in front of the C library's. Threads without a clock of their own
-/// have the real one; the half second that the plug-in's end leaves the engine is not slept on any, because the fake
-/// engine does not need it.
+/// The program's own clock_gettime and nanosleep stand in front of the C library's. Threads without a clock of their
+/// own have the real one; the half second that the plug-in's end leaves the engine is not slept on any, because the
+/// fake engine does not need it.
 ///
 /// Thread   made and destroyed on the thread whose clock it is; the rest from any.
 class HandClock {

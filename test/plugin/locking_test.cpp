@@ -305,8 +305,8 @@ TEST_F(LockingTest, AFrameUnderWayKeepsTheOldValuesAndTheNextOneHasAllNewOnes) {
 
 // ---- Waiting for the lock ----------------------------------------------------------------------------------
 
-// A render thread, on a clock of its own, that keeps the lock until somebody waits for it, and asks for it again as soon
-// as it has let go of it.
+// A render thread, on a clock of its own, that keeps the lock until somebody waits for it, and asks for it again as
+// soon as it has let go of it.
 class LongHoldTest : public LockingTest {
  protected:
   void StartRenderThread() {
@@ -337,11 +337,11 @@ class LongHoldTest : public LockingTest {
     held_ = false;
   }
 
-  // Runs `action`, which waits for the lock, again and again on this thread, each time while the lock is held. The render
-  // thread may not have it once more before it.
+  // Runs `action`, which waits for the lock, again and again on this thread, each time while the lock is held. The
+  // render thread may not have it once more before it.
   template <typename Action>
   void ExpectToBeLetInNext(Action action) {
-    for (int time = 0; time < 300; ++time) {
+    for (int time = 0; time < 100; ++time) {
       while (!held_) std::this_thread::yield();
       action();
       ASSERT_EQ(begun_while_waited_for_, 0) << "time " << time;

@@ -1,5 +1,5 @@
-// How the render thread spends its frame interval, on a clock that the tests turn by hand. The thread's body runs on the
-// test's own thread, and what takes time takes it on that clock alone.
+// How the render thread spends its frame interval, on a clock that the tests turn by hand. The thread's body runs on
+// the test's own thread, and what takes time takes it on that clock alone.
 
 #include <chrono>
 #include <future>

@@ -18,8 +18,8 @@ namespace {
 
 class RenderLoopTest : public FakeGraphicsPluginTest {
  protected:
-  // Runs the thread's body on `state`. At each wait, with the lock, and behind each frame, without it, asks whether it is
-  // `done`; the thread is asked to stop then.
+  // Runs the thread's body on `state`. At each wait, with the lock, and behind each frame, without it, asks whether it
+  // is `done`; the thread is asked to stop then.
   void RunUntil(OrbiskState& state, const std::function<bool()>& done) {
     waits_ = 0;
     frames_ = 0;

@@ -88,7 +88,8 @@ TEST_F(TranscriptTest, CreateTextureAgainReplacesTheRendererFirstAndUnregistersN
                 ShadersTranscript(2, 6, 4) + RegisterTranscript(8, 2));
 }
 
-// The frame's size is the renderer's, not that of the buffer, which keeps the size of the renderer that it was made for.
+// The frame's size is the renderer's, not that of the buffer, which keeps the size of the renderer that it was made
+// for.
 TEST_F(TranscriptTest, AfterCreateTextureWithASmallerSizeTheSmallerFrameIsReadIntoTheOldBuffer) {
   const std::string path = WriteModel(TwoMeshes());
   const FlutterDesktopPixelBuffer* const frame = Fetch(CreateTexture(6, 4));

@@ -13,9 +13,9 @@ namespace {
 
 class UnloadDeathTest : public TranscriptTest {
  protected:
-  // Loads the library at `path`, a file of its own, so that no other use keeps it loaded; brings a viewer to draw, stops
-  // its thread, and unloads the library. Writes what that calls and says to standard error and ends the process: the
-  // engine, which lives on here, knows functions of a library that has gone.
+  // Loads the library at `path`, a file of its own, so that no other use keeps it loaded; brings a viewer to draw,
+  // stops its thread, and unloads the library. Writes what that calls and says to standard error and ends the process:
+  // the engine, which lives on here, knows functions of a library that has gone.
   [[noreturn]] void DrawAndUnload(const std::string& path) {
     auto* const engine = new fakes::FakeEmbedder(7);
     engine->SetCallHook([](const fakes::Call& call) { fake_graphics::AppendLine(call.text); });
