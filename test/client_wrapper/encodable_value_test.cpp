@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <stdexcept>
 #include <utility>
 
 #include "message_bytes.h"
@@ -56,6 +57,22 @@ TEST(EncodableValueTest, StringLiteralBecomesAStringAndNoBoolean) {
   const char* const pointer = "pointer";
   EXPECT_EQ(std::get<std::string>(EncodableValue("literal")), "literal");
   EXPECT_EQ(std::get<std::string>(EncodableValue(pointer)), "pointer");
+}
+
+TEST(EncodableValueTest, NullPointerIsNull) {
+  EXPECT_TRUE(EncodableValue(nullptr).IsNull());
+  const char* const no_text = nullptr;
+  EXPECT_TRUE(EncodableValue(no_text).IsNull());
+  char* const no_buffer = nullptr;
+  EXPECT_TRUE(EncodableValue(no_buffer).IsNull());
+  EXPECT_TRUE(EncodableMap({{"details", nullptr}}).at("details").IsNull());
+}
+
+TEST(EncodableValueTest, TextInABufferBecomesAString) {
+  char buffer[] = "buffer";
+  char* const pointer = buffer;
+  EXPECT_EQ(std::get<std::string>(EncodableValue(buffer)), "buffer");
+  EXPECT_EQ(std::get<std::string>(EncodableValue(pointer)), "buffer");
 }
 
 TEST(EncodableValueTest, ListThatGrowsMovesItsElements) {
@@ -147,6 +164,74 @@ TEST(EncodableValueTest, OrderOfMapsGoesByTheFirstKeyOrValueThatDiffers) {
             EncodableValue(EncodableMap{{1, EncodableMap{{1, 1}}}}));
 }
 
+/// What the operators make of two values: "<" where that one is true, and so on.
+template <typename Value>
+std::vector<std::string> TrueComparisons(const Value& a, const Value& b) {
+  std::vector<std::string> names;
+  if (a < b) names.push_back("<");
+  if (a <= b) names.push_back("<=");
+  if (a == b) names.push_back("==");
+  if (a != b) names.push_back("!=");
+  if (a >= b) names.push_back(">=");
+  if (a > b) names.push_back(">");
+#if defined(__cpp_lib_three_way_comparison)
+  EXPECT_EQ((a <=> b) < 0, a < b);
+  EXPECT_EQ((a <=> b) > 0, a > b);
+#endif
+  return names;
+}
+
+/// A value that an exception left without content.
+EncodableValue Valueless() {
+  struct Uncopyable {
+    Uncopyable() = default;
+    Uncopyable(const Uncopyable&) { throw std::runtime_error("no copy"); }
+  };
+  EncodableValue value;
+  EXPECT_THROW(value.emplace<CustomEncodableValue>(Uncopyable()), std::runtime_error);
+  EXPECT_TRUE(value.valueless_by_exception());
+  return value;
+}
+
+TEST(EncodableValueTest, ValueWithoutContentComesBeforeAllOthers) {
+  for (const EncodableValue& value : OneOfEach()) {
+    SCOPED_TRACE("alternative " + std::to_string(value.index()));
+    EXPECT_THAT(TrueComparisons(Valueless(), value), ElementsAre("<", "<=", "!="));
+    EXPECT_THAT(TrueComparisons(value, Valueless()), ElementsAre("!=", ">=", ">"));
+  }
+}
+
+TEST(EncodableValueTest, ValuesWithoutContentAreEqual) {
+  EXPECT_THAT(TrueComparisons(Valueless(), Valueless()), ElementsAre("<=", "==", ">="));
+}
+
+TEST(EncodableValueTest, ValuesWithoutContentAreComparedInListsAndMapsToo) {
+  const EncodableList list = {Valueless()}, list_of_null = {EncodableValue()};
+  const EncodableMap key = {{Valueless(), 1}}, null_key = {{EncodableValue(), 1}};
+  const EncodableMap mapped = {{1, Valueless()}}, mapped_null = {{1, EncodableValue()}};
+  const std::pair<EncodableValue, EncodableValue> kValues[] = {
+      {list, list_of_null}, {key, null_key}, {mapped, mapped_null}};
+  for (const auto& [without, with] : kValues) {
+    EXPECT_THAT(TrueComparisons(without, with), ElementsAre("<", "<=", "!="));
+    EXPECT_THAT(TrueComparisons(with, without), ElementsAre("!=", ">=", ">"));
+    EXPECT_THAT(TrueComparisons(without, without), ElementsAre("<=", "==", ">="));
+  }
+  EXPECT_THAT(TrueComparisons(list, list_of_null), ElementsAre("<", "<=", "!="));
+  EXPECT_THAT(TrueComparisons(key, key), ElementsAre("<=", "==", ">="));
+  EXPECT_THAT(TrueComparisons(mapped_null, mapped), ElementsAre("!=", ">=", ">"));
+}
+
+TEST(EncodableValueTest, NumberThatIsNoneComparesAsADoubleDoes) {
+  const EncodableValue none(std::nan("")), one(1.0);
+  EXPECT_THAT(TrueComparisons(none, one), ElementsAre("!="));
+  EXPECT_THAT(TrueComparisons(one, none), ElementsAre("!="));
+  EXPECT_THAT(TrueComparisons(none, none), ElementsAre("!="));
+  // In a list it is passed over by the order, and equals nothing.
+  const EncodableValue list(EncodableList{none}), list_of_one(EncodableList{one});
+  EXPECT_THAT(TrueComparisons(list, list_of_one), ElementsAre("<=", "!=", ">="));
+  EXPECT_THAT(TrueComparisons(list, list), ElementsAre("<=", "!=", ">="));
+}
+
 TEST(EncodableValueTest, NumberThatIsNoneComesWithEveryOther) {
   const EncodableValue none(std::nan(""));
   const EncodableValue one(1.0);
@@ -164,12 +249,25 @@ EncodableValue Nested(Wrap wrap) {
 }
 
 TEST(EncodableValueTest, ValuesNestedDeepAreComparedToTheEnd) {
-  const auto list = [](EncodableValue inner) { return EncodableValue(EncodableList(1, std::move(inner))); };
-  const auto key = [](EncodableValue inner) { return EncodableValue(EncodableMap{{std::move(inner), 1}}); };
-  const auto mapped = [](EncodableValue inner) { return EncodableValue(EncodableMap{{1, std::move(inner)}}); };
-  EXPECT_FALSE(Nested(list) < Nested(list));
-  EXPECT_FALSE(Nested(key) < Nested(key));
-  EXPECT_FALSE(Nested(mapped) < Nested(mapped));
+  // All of them moved inside: copies of what is already nested would take longer than the comparisons.
+  const auto list = [](EncodableValue inner) {
+    EncodableList outer;
+    outer.push_back(std::move(inner));
+    return outer;
+  };
+  const auto key = [](EncodableValue inner) {
+    EncodableMap outer;
+    outer.emplace(std::move(inner), 1);
+    return outer;
+  };
+  const auto mapped = [](EncodableValue inner) {
+    EncodableMap outer;
+    outer.emplace(1, std::move(inner));
+    return outer;
+  };
+  EXPECT_THAT(TrueComparisons(Nested(list), Nested(list)), ElementsAre("<=", "==", ">="));
+  EXPECT_THAT(TrueComparisons(Nested(key), Nested(key)), ElementsAre("<=", "==", ">="));
+  EXPECT_THAT(TrueComparisons(Nested(mapped), Nested(mapped)), ElementsAre("<=", "==", ">="));
 }
 
 TEST(EncodableValueTest, MapKeepsItsKeysInTheOrderOfValues) {

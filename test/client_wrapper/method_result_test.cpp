@@ -162,6 +162,14 @@ TEST_F(EngineMethodResultTest, ErrorRepliesWithItsEnvelope) {
   EXPECT_EQ(Reply(), (Bytes{1, 7, 1, 'E', 7, 1, 'm', 1}));
 }
 
+TEST_F(EngineMethodResultTest, NullPointerInAValuesPlaceRepliesWithANull) {
+  NewResult()->Success(nullptr);
+  NewResult()->Error("E", "m", nullptr);
+  ASSERT_EQ(replies_.sent.size(), 2u);
+  EXPECT_EQ(replies_.sent[0].bytes, (Bytes{0, 0}));
+  EXPECT_EQ(replies_.sent[1].bytes, (Bytes{1, 7, 1, 'E', 7, 1, 'm', 0}));
+}
+
 TEST_F(EngineMethodResultTest, ErrorWithCodeAloneRepliesWithTwoNullsAfterIt) {
   NewResult()->Error("E");
   EXPECT_EQ(Reply(), (Bytes{1, 7, 1, 'E', 0, 0}));

@@ -2,6 +2,7 @@
 #define CLIENT_WRAPPER_INCLUDE_FLUTTER_ENCODABLE_VALUE_H_
 
 #include <any>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -11,6 +12,9 @@
 #include <utility>
 #include <variant>
 #include <vector>
+#if __has_include(<compare>)  // C++20
+#include <compare>
+#endif
 
 namespace flutter {
 
@@ -69,20 +73,38 @@ using EncodableVariant = std::variant<std::monostate,            //  0: null
 ///
 /// It is a std::variant; std::get, std::get_if and std::holds_alternative read it. Nothing is converted on the
 /// way: a Dart int arrives as int32_t, or as int64_t when it needs one, a Dart double as double. Values are
-/// ordered by alternative first, then as the alternative orders itself.
+/// ordered by alternative first, then as the alternative orders itself; one that an exception left without any
+/// (valueless_by_exception) comes before all others and equals its like.
 class EncodableValue : public internal::EncodableVariant {
  public:
   EncodableValue() = default;
+  EncodableValue(std::nullptr_t) {}  // NOLINT: meant to convert
 
   /// Holds the alternative whose type `value` has, or the only one it converts to without loss.
   template <typename T, typename = std::enable_if_t<!std::is_base_of_v<EncodableValue, std::decay_t<T>> &&
+                                                    !std::is_same_v<std::decay_t<T>, char*> &&
                                                     std::is_constructible_v<internal::EncodableVariant, T>>>
   EncodableValue(T&& value) : internal::EncodableVariant(std::forward<T>(value)) {}  // NOLINT: meant to convert
 
-  EncodableValue(const char* text) : internal::EncodableVariant(std::string(text)) {}  // NOLINT: meant to convert
+  /// A null pointer is null.
+  EncodableValue(const char* text) {  // NOLINT: meant to convert
+    if (text != nullptr) emplace<std::string>(text);
+  }
 
   bool IsNull() const { return std::holds_alternative<std::monostate>(*this); }
 };
+
+// All of them, so that no comparison is std::variant's own. Declared before any is used: in C++20 one that is missing
+// would be looked for in the order of lists, which looks for it in that of values again.
+inline bool operator<(const EncodableValue& a, const EncodableValue& b);
+inline bool operator>(const EncodableValue& a, const EncodableValue& b);
+inline bool operator<=(const EncodableValue& a, const EncodableValue& b);
+inline bool operator>=(const EncodableValue& a, const EncodableValue& b);
+inline bool operator==(const EncodableValue& a, const EncodableValue& b);
+inline bool operator!=(const EncodableValue& a, const EncodableValue& b);
+#if defined(__cpp_lib_three_way_comparison)
+inline std::weak_ordering operator<=>(const EncodableValue& a, const EncodableValue& b);
+#endif
 
 namespace internal {
 
@@ -117,7 +139,9 @@ inline int CompareContent(const EncodableList& a, const EncodableList& b) { retu
 inline int CompareContent(const EncodableMap& a, const EncodableMap& b) { return CompareElements(a, b); }
 
 inline int Compare(const EncodableValue& a, const EncodableValue& b) {
-  if (a.index() != b.index()) return a.index() < b.index() ? -1 : 1;
+  // As std::variant has it, what has no content comes first: its index is one below null's.
+  if (a.index() != b.index()) return a.index() + 1 < b.index() + 1 ? -1 : 1;
+  if (a.valueless_by_exception()) return 0;
   return std::visit(
       [&b](const auto& content) { return CompareContent(content, std::get<std::decay_t<decltype(content)>>(b)); },
       static_cast<const EncodableVariant&>(a));
@@ -126,6 +150,23 @@ inline int Compare(const EncodableValue& a, const EncodableValue& b) {
 }  // namespace internal
 
 inline bool operator<(const EncodableValue& a, const EncodableValue& b) { return internal::Compare(a, b) < 0; }
+inline bool operator>(const EncodableValue& a, const EncodableValue& b) { return b < a; }
+inline bool operator<=(const EncodableValue& a, const EncodableValue& b) {
+  const auto* const number = std::get_if<double>(&a);
+  const auto* const other = std::get_if<double>(&b);
+  if (number != nullptr && other != nullptr) return *number <= *other;  // false for a NaN, as are all but !=
+  return !(b < a);
+}
+inline bool operator>=(const EncodableValue& a, const EncodableValue& b) { return b <= a; }
+inline bool operator==(const EncodableValue& a, const EncodableValue& b) {
+  return static_cast<const internal::EncodableVariant&>(a) == static_cast<const internal::EncodableVariant&>(b);
+}
+inline bool operator!=(const EncodableValue& a, const EncodableValue& b) { return !(a == b); }
+#if defined(__cpp_lib_three_way_comparison)
+inline std::weak_ordering operator<=>(const EncodableValue& a, const EncodableValue& b) {
+  return internal::Compare(a, b) <=> 0;
+}
+#endif
 
 }  // namespace flutter
 
