@@ -179,7 +179,9 @@ bool EGLRenderer::checkDisplay() {
 
 bool EGLRenderer::createSurface(EGLConfig config) {
   if (useWindow_) {
-    surface_ = eglCreateWindowSurface(display_, config, static_cast<EGLNativeWindowType>(xWindow_), nullptr);
+    // Not every vendor's headers have an integer here; some have a pointer, which this converts to as well.
+    const auto window = EGLNativeWindowType(xWindow_);
+    surface_ = eglCreateWindowSurface(display_, config, window, nullptr);
   } else {
     const EGLint attributes[] = {EGL_WIDTH, width_, EGL_HEIGHT, height_, EGL_NONE};
     surface_ = eglCreatePbufferSurface(display_, config, attributes);

@@ -8,7 +8,8 @@
 #include "renderer/matrix4.h"
 
 // The libraries' handle types, written out so that neither their headers nor Xlib's macros (Success, None, ...)
-// reach whoever includes this one.
+// reach whoever includes this one: no macro keeps Xlib out of every vendor's EGL headers (EGL_NO_X11 is Mesa's alone).
+// Where they have other types, egl_renderer.cpp does not compile.
 typedef void* EGLDisplay;
 typedef void* EGLContext;
 typedef void* EGLSurface;

@@ -122,6 +122,22 @@ TEST(ReplyManagerTest, CallbackIsLetGoOfOnceItHasBeenCalled) {
   EXPECT_EQ(token.use_count(), 1);
 }
 
+TEST(ReplyManagerTest, CallbackIsThereUntilItReturnsAndMayBeCalledFromWithin) {
+  std::vector<Bytes> sent;
+  ReplyManager* manager = nullptr;
+  ReplyManager owner([&](const uint8_t* data, size_t size) {
+    sent.emplace_back(data, data + size);
+    const Bytes second = {2};
+    if (sent.size() == 1) manager->SendResponseData(&second);
+  });
+  manager = &owner;
+  const Bytes first = {1};
+  EXPECT_EQ(StderrOf([&] { owner.SendResponseData(&first); }), "");
+  EXPECT_THAT(sent, ElementsAre(Bytes{1}, Bytes{2}));
+  EXPECT_EQ(StderrOf([&] { owner.SendResponseData(&first); }), kDuplicateResult);
+  EXPECT_EQ(sent.size(), 2u);
+}
+
 TEST(ReplyManagerTest, DyingUnansweredWarnsAndDestroysTheCallbackUncalled) {
   const auto calls = std::make_shared<int>(0);
   EXPECT_EQ(StderrOf([&] { const ReplyManager manager([calls](const uint8_t*, size_t) { ++*calls; }); }),

@@ -193,6 +193,20 @@ TEST(StandardMethodCodecTest, ErrorEnvelopeWhoseCodeIsNoStringThrowsAndAnswersNo
   }
 }
 
+TEST(StandardMethodCodecTest, ErrorEnvelopeWhoseMessageIsNeitherStringNorNullThrowsAndAnswersNothing) {
+  const Bytes messages[] = {{1}, {3, 1, 0, 0, 0}, {8, 1, 'm'}, {12, 0}};
+  for (const Bytes& message : messages) {
+    SCOPED_TRACE(::testing::PrintToString(message));
+    for (const uint8_t details : {uint8_t{0}, uint8_t{1}}) {
+      const Bytes envelope = Join({{1, 7, 1, 'E'}, message, {details}});
+      RecordingResult result;
+      EXPECT_THROW(Codec().DecodeAndProcessResponseEnvelope(envelope.data(), envelope.size(), &result),
+                   std::bad_variant_access);
+      EXPECT_THAT(result.answers(), IsEmpty());
+    }
+  }
+}
+
 TEST(StandardMethodCodecTest, EveryPrefixOfASuccessEnvelopeAnswersWithALine) {
   const EncodableValue value(EncodableList{EncodableValue(1.0), EncodableValue("far")});
   const Bytes bytes = *Codec().EncodeSuccessEnvelope(&value);

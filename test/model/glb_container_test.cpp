@@ -10,6 +10,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "test/log_capture.h"
 #include "test/model/loading.h"
 #include "test/model/open_hook.h"
 #include "test/model/read_fault.h"
@@ -166,11 +167,13 @@ TEST_F(BadFileTest, FailsWithItsMessageOrSilentlyAndLeavesTheModelEmpty) {
   }
 }
 
-TEST_F(BadFileTest, FailsTheSameWithoutALog) {
+TEST_F(BadFileTest, FailsTheSameWithoutALogAndSaysNothingAnywhere) {
   for (const BadFile& bad : BadFiles()) {
     SCOPED_TRACE(bad.name);
     GLBModel model = PreviousModel();
+    LogCapture out(stdout), err(stderr);
     EXPECT_FALSE(load_glb_model(folder_.Write("bad.glb", bad.file), model, nullptr));
+    EXPECT_EQ(out.Take() + err.Take(), "");
     EXPECT_THAT(model.meshes, IsEmpty());
   }
 }
@@ -208,7 +211,9 @@ class UnreadablePathTest : public ::testing::Test {
     EXPECT_FALSE(load_glb_model(path, model, &log));
     EXPECT_EQ(log, "fail: read file\n");
     EXPECT_THAT(model.meshes, IsEmpty());
+    LogCapture out(stdout), err(stderr);
     EXPECT_FALSE(load_glb_model(path, model, nullptr));
+    EXPECT_EQ(out.Take() + err.Take(), "");
   }
 
   std::string MakePipe(const char* name) {
@@ -375,11 +380,28 @@ TEST(GlbContainerTest, WhatIsNotLookedAtMakesNoDifference) {
   }
 }
 
-TEST(GlbContainerTest, AGoodFileLoadsWithoutALog) {
+TEST(GlbContainerTest, AFileLoadsTheSameWithoutALogAndSaysNothingAnywhere) {
   const TemporaryFolder folder;
+  // With meshes that cannot be decoded, or only with a warning.
+  const std::string path = folder.Write(
+      "model.glb", Good()
+                       .Add(Mesh(Floats(glb_builder::kTrianglePositions).Field("type", "\"VEC2\"")))
+                       .Add(Mesh(Floats(glb_builder::kTrianglePositions))
+                                .Indices(glb_builder::Ushorts({0, 1, 2}).Field("componentType", "5121")))
+                       .Add(Mesh(Floats(glb_builder::kTrianglePositions)).Indices(glb_builder::Ushorts({0, 1, 3}))));
+  const Loaded logged = LoadPath(path);
+  EXPECT_EQ(logged.log.substr(0, 15), "Found 4 meshes\n");
   GLBModel model;
-  EXPECT_TRUE(load_glb_model(folder.Write("model.glb", Good()), model, nullptr));
-  EXPECT_EQ(model.meshes.size(), 1u);
+  LogCapture out(stdout), err(stderr);
+  EXPECT_EQ(load_glb_model(path, model, nullptr), logged.ok);
+  EXPECT_EQ(out.Take() + err.Take(), "");
+  ASSERT_EQ(model.meshes.size(), logged.model.meshes.size());
+  for (size_t i = 0; i < model.meshes.size(); ++i) {
+    EXPECT_EQ(model.meshes[i].positions, logged.model.meshes[i].positions);
+    EXPECT_EQ(model.meshes[i].normals, logged.model.meshes[i].normals);
+    EXPECT_EQ(model.meshes[i].indices, logged.model.meshes[i].indices);
+    EXPECT_EQ(model.meshes[i].color, logged.model.meshes[i].color);
+  }
 }
 
 TEST(GlbContainerTest, TheFilesNameDoesNotMatter) {

@@ -1,6 +1,7 @@
 // Display, surface and context: what is called in which mode, what each failure says and keeps, and how all
 // of it is released.
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
@@ -12,7 +13,9 @@
 
 #include "test/renderer/fake_renderer_test.h"
 
+using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
+using ::testing::EndsWith;
 using ::testing::IsEmpty;
 
 namespace {
@@ -501,6 +504,44 @@ TEST_F(DrmNodesOnFakesTest, SecondCardIsTriedLast) {
       Joined(lines_),
       RendererLines({"Trying DRM device: /dev/dri/renderD128", "Trying DRM device: /dev/dri/card0",
                      "Trying DRM device: /dev/dri/card1", "Successfully opened DRM device: /dev/dri/card1"}));
+}
+
+TEST_F(DrmNodesOnFakesTest, EachNodeIsNamedBeforeItIsTried) {
+  fake_graphics::SetDefaultDisplay(false);
+  std::vector<std::string> lines_before;
+  fake_graphics::SetHook("open", [&] { lines_before.push_back(out_.Take() + err_.Take()); });
+  EXPECT_FALSE(Initialize());
+  ASSERT_EQ(lines_before.size(), 3u);
+  EXPECT_THAT(lines_before[0], EndsWith(RendererLines({"Trying DRM device: /dev/dri/renderD128"})));
+  EXPECT_EQ(lines_before[1], RendererLines({"Trying DRM device: /dev/dri/card0"}));
+  EXPECT_EQ(lines_before[2], RendererLines({"Trying DRM device: /dev/dri/card1"}));
+  EXPECT_EQ(out_.Take(), "");
+  EXPECT_EQ(err_.Take(), RendererLines({"Failed to open any DRM device"}));
+}
+
+TEST_F(DrmNodesOnFakesTest, FailingDeviceIsReportedBeforeItsNodeIsClosed) {
+  fake_graphics::SetDefaultDisplay(false);
+  fake_graphics::SetDrmNodes({kRenderNode});
+  fake_graphics::FailCall("gbm_create_device");
+  std::vector<std::string> errors_before;
+  fake_graphics::SetHook("close", [&] { errors_before.push_back(err_.Take()); });
+  EXPECT_FALSE(Initialize());
+  EXPECT_THAT(errors_before, ElementsAre(RendererLines({"Failed to create GBM device"})));
+  out_.Take();
+}
+
+TEST_F(DrmNodesOnFakesTest, DescriptorZeroIsOneLikeAnyOther) {
+  const int standard_input = dup(STDIN_FILENO);
+  ASSERT_GE(standard_input, 0);
+  close(STDIN_FILENO);
+  fake_graphics::SetDrmNodesOpenLowest(true);
+  InitializeWith({kRenderNode});
+  EXPECT_GE(fcntl(STDIN_FILENO, F_GETFD), 0) << "the node has another descriptor";
+  EXPECT_EQ(Joined(opened_), "open(\"/dev/dri/renderD128\", O_RDWR) -> fd1\n");
+  Destroy();
+  EXPECT_THAT(TakeCalls(), EndsWith("gbm_device_destroy(gbm1)\nclose(0) -> 0\n"));
+  EXPECT_EQ(dup2(standard_input, STDIN_FILENO), STDIN_FILENO);
+  close(standard_input);
 }
 
 // ---- Driver strings ---------------------------------------------------------------------------------------

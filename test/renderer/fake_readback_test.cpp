@@ -148,6 +148,14 @@ TEST_F(PpmOnFakesTest, HoldsHeaderAndRowsTopDownWithoutAlpha) {
   EXPECT_EQ(out_.Take() + err_.Take(), "");
 }
 
+TEST_F(PpmOnFakesTest, HoldsTheFramebufferObjectInWindowModeToo) {
+  ASSERT_TRUE(InitializeAt(3, 2, true));
+  renderer_->beginFrame();
+  TakeCalls();
+  EXPECT_TRUE(renderer_->saveFrameToPPM(path_.c_str()));
+  EXPECT_EQ(TakeCalls(), ReadCalls(4, "3, 2", "GL_NO_ERROR"));
+}
+
 TEST_F(PpmOnFakesTest, UncoveredPixelsAreBlack) {
   ASSERT_TRUE(InitializeAt(2, 1));
   renderer_->beginFrame();

@@ -180,6 +180,14 @@ TEST_F(ShadersOnFakesTest, UnreadableLengthOfTheLogIsTakenForNone) {
   out_.Take();
 }
 
+TEST_F(ShadersOnFakesTest, LogWithoutItsNullEndsBeforeIt) {
+  fake_graphics::SetInfoLogsUnterminated(true);
+  fake_graphics::FailLink("no end");
+  EXPECT_FALSE(LoadShaders());
+  EXPECT_EQ(err_.Take(), "[EGLRenderer] Program link error:\nno end\n[EGLRenderer] Failed to link program\n");
+  out_.Take();
+}
+
 TEST_F(ShadersOnFakesTest, UnreadableLogIsEmpty) {
   fake_graphics::FailLink("lost");
   fake_graphics::FailCall("glGetProgramInfoLog");

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstring>
@@ -24,6 +25,8 @@ constexpr char kNodes[] = "/dev/dri/";
 // another.
 constexpr int kFirstDescriptor = 600;
 constexpr int kDescriptors = 100;
+// The node that was opened as the lowest free descriptor instead; -1: none.
+std::atomic<int> lowest_node{-1};
 
 template <typename Function>
 Function Next(const char* name) {
@@ -59,8 +62,13 @@ int OpenNode(const char* path, int flags) {
   }
   const int count = machine.last_name_of_kind["fd"];
   const int file = OpenFile("open", "/dev/null", O_RDWR | O_CLOEXEC, 0);
-  const int descriptor = fcntl(file, F_DUPFD_CLOEXEC, kFirstDescriptor + count % kDescriptors);
-  CloseFile(file);
+  int descriptor = file;
+  if (machine.drm_nodes_open_lowest) {
+    lowest_node = file;
+  } else {
+    descriptor = fcntl(file, F_DUPFD_CLOEXEC, kFirstDescriptor + count % kDescriptors);
+    CloseFile(file);
+  }
   Descriptor& object = machine.descriptors[descriptor];
   object = Descriptor();
   object.name = machine.NewName("fd");
@@ -79,6 +87,7 @@ int CloseNode(int number) {
       if (device.descriptor == number && !device.released) call.Complain(device.name + " is still on it");
     }
     descriptor->released = true;
+    if (number == lowest_node) lowest_node = -1;
     descriptor->file.reset();
   }
   const bool failed = call.fault() || descriptor == nullptr;
@@ -115,5 +124,5 @@ FAKE_OPEN(open64)
 FAKE_FUNCTION int close(int descriptor) {
   using namespace fake_graphics;
   const bool is_node = descriptor >= kFirstDescriptor && descriptor < kFirstDescriptor + 2 * kDescriptors;
-  return is_node ? CloseNode(descriptor) : CloseFile(descriptor);
+  return is_node || (descriptor >= 0 && descriptor == lowest_node) ? CloseNode(descriptor) : CloseFile(descriptor);
 }

@@ -169,6 +169,10 @@ void SetConfigCount(int count);
 ///
 /// Lifetime the descriptors are real ones, of /dev/null, from 600 on, where no other file has its number.
 void SetDrmNodes(const std::set<std::string>& paths);
+/// Whether the next node opens as the lowest free descriptor, as files do; one such node at a time.
+void SetDrmNodesOpenLowest(bool lowest);
+/// Whether info logs come without the null at their end, and with '~' in its place; they come with it.
+void SetInfoLogsUnterminated(bool unterminated);
 /// What glGetString gives; a null pointer for the empty optional.
 void SetDriverString(unsigned name, const std::optional<std::string>& text);
 /// What glCheckFramebufferStatus gives; the empty optional: what the attachments amount to.

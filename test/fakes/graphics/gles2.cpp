@@ -305,7 +305,12 @@ void GetInfoLog(const char* function, std::map<GLuint, Object> EglContext::*obje
   const Object* object = call.FindName(gl->*objects, name, kind);
   if (object == nullptr || size <= 0) return;
   const std::string text = object->info_log.value_or("").substr(0, static_cast<size_t>(size - 1));
-  std::memcpy(log, text.c_str(), text.size() + 1);
+  if (call.machine().info_logs_unterminated) {
+    std::memset(log, '~', static_cast<size_t>(size));
+    std::memcpy(log, text.data(), text.size());
+  } else {
+    std::memcpy(log, text.c_str(), text.size() + 1);
+  }
   if (length != nullptr) *length = static_cast<GLsizei>(text.size());
   call.Result(Quoted(text));
 }

@@ -352,6 +352,8 @@ void SetDefaultDisplay(bool available) { Locked()->default_display = available; 
 void SetPlatformDisplayFunction(bool available) { Locked()->platform_display_function = available; }
 void SetConfigCount(int count) { Locked()->config_count = count; }
 void SetDrmNodes(const std::set<std::string>& paths) { Locked()->drm_nodes = paths; }
+void SetDrmNodesOpenLowest(bool lowest) { Locked()->drm_nodes_open_lowest = lowest; }
+void SetInfoLogsUnterminated(bool unterminated) { Locked()->info_logs_unterminated = unterminated; }
 void SetDriverString(unsigned name, const std::optional<std::string>& text) {
   Locked()->driver_strings[name] = text;
 }

@@ -150,6 +150,8 @@ struct Machine {
   bool platform_display_function = true;
   int config_count = 1;
   std::set<std::string> drm_nodes;
+  bool drm_nodes_open_lowest = false;
+  bool info_logs_unterminated = false;
   std::map<GLenum, std::optional<std::string>> driver_strings;
   std::optional<GLenum> framebuffer_status;
   std::map<std::string, GLint> locations;
