@@ -58,9 +58,9 @@ class WindowTest : public GlTest {
   }
 
   // What the window shows; opaque, as a screen is. The renderer's requests and ours reach the X server on two
-  // connections, so a frame may come a little later: looks until there is something, for at most ten seconds.
+  // connections, so a frame may come later: looks until there is something, for at most a minute.
   Frame Screenshot(int width, int height) const {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     const Frame nothing(width, height);
     Frame shown = nothing;
     while (shown.bytes == nothing.bytes && std::chrono::steady_clock::now() < deadline) CopyWindowTo(shown);
