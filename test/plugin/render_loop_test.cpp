@@ -223,7 +223,13 @@ TEST_F(RenderLoopTest, AWaiterThatGivesUpDoesNotHoldTheThreadUp) {
   OrbiskState state;
   state.lock_waiters = 2;
   HandClock clock;
-  clock.SetSleepHook([&](std::chrono::nanoseconds) { --state.lock_waiters; });
+  clock.SetSleepHook([&](std::chrono::nanoseconds) {
+    if (state.lock_waiters > 0) {
+      --state.lock_waiters;
+    } else {
+      ++state.lock_admissions;
+    }
+  });
   LetWaitersIn(state);
   EXPECT_EQ(clock.sleeps().size(), 2u);
 }
