@@ -349,7 +349,7 @@ TEST(FileReadFailureTest, AReadThatIsCutShortIsLikeAFileOfZerosBehindTheCut) {
       EXPECT_EQ(warned, outcome.rfind("throws", 0) == 0);
       EXPECT_FALSE(IsLocked(rig.State()->mutex));
       EXPECT_EQ(rig.Call("loadModel", arguments), "success true");
-      EXPECT_TRUE(happened);
+      EXPECT_EQ(happened, bytes < file.size());  // no more is asked for than the file has
       if (HasFailure()) break;
       if (bytes == file.size()) continue;  // nothing is lost: the run that succeeds
       ++points;
