@@ -45,9 +45,9 @@ class LogCapture {
   /// The same, left for the next look.
   std::string Peek() const { return ReadFrom(taken_); }
 
-  /// Waits until the untaken text contains `wanted`; false when it has not come for a minute.
+  /// Waits until the untaken text contains `wanted`; false when it has not come for ten minutes.
   [[nodiscard]] bool WaitFor(const std::string& wanted) const {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(10);
     while (Peek().find(wanted) == std::string::npos) {
       if (std::chrono::steady_clock::now() > deadline) return false;
       std::this_thread::yield();
