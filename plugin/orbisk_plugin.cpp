@@ -230,18 +230,25 @@ const FlutterDesktopPixelBuffer* CopyPixelBuffer(OrbiskState* state) {
   return state->pixel_buffer.get();
 }
 
+// The texture objects of states that are gone. Never destroyed: the engine asks a texture for frames for as long as it has
+// an identifier for it, and those of earlier "createTexture" commands are never unregistered.
+std::vector<std::unique_ptr<flutter::TextureVariant>>& TexturesLeftToEngine() {
+  static auto* const textures = new std::vector<std::unique_ptr<flutter::TextureVariant>>();
+  return *textures;
+}
+
 void MakeTexture(OrbiskState& state) {
+  TexturesLeftToEngine().reserve(TexturesLeftToEngine().size() + 1);  // the plug-in's end needs no memory for it
   state.texture_path = std::make_shared<ViewerPath>(&state);
   state.texture = std::make_unique<flutter::TextureVariant>(flutter::PixelBufferTexture(
       [path = state.texture_path](size_t, size_t) { return path->Follow(CopyPixelBuffer); }));
 }
 
-// Leaves the texture object of a state that is about to go to the engine, which asks it for frames for as long as it has an
-// identifier for it: those of earlier "createTexture" commands are never unregistered. There are no frames from now on.
+// For a state that is about to go. Its texture gives no frames from now on.
 void LeaveTextureToEngine(OrbiskState& state) {
   if (!state.texture) return;
   state.texture_path->Close();
-  static_cast<void>(state.texture.release());
+  TexturesLeftToEngine().push_back(std::move(state.texture));
 }
 
 // ---- Arguments ---------------------------------------------------------------------------------------------
