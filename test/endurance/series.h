@@ -27,7 +27,7 @@ using Series = void (*)(Subject& subject, int steps, const TakeSample& sample);
 void OpenAndClose(Subject& subject, int steps, const TakeSample& sample);
 /// One viewer, started and stopped `steps` times.
 void StartAndStop(Subject& subject, int steps, const TakeSample& sample);
-/// One viewer, started once, and `steps` frames of it.
+/// One viewer and `steps` frames of it, a tenth of them from each start.
 void DrawFrames(Subject& subject, int steps, const TakeSample& sample);
 
 /// Runs a series in a process of its own, so that what it leaves behind is seen there alone, with the subject that

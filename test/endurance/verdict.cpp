@@ -24,8 +24,7 @@ ProcessFigures Growth(const Sample& from, const Sample& to) {
           to.figures.descriptors - from.figures.descriptors, to.figures.threads - from.figures.threads};
 }
 
-std::vector<std::string> Objections(const std::vector<Sample>& plugin, const std::vector<Sample>& bare,
-                                    long heap_tolerance_kb) {
+std::vector<std::string> Objections(const std::vector<Sample>& plugin, const std::vector<Sample>& bare) {
   if (plugin.size() < 2 || plugin.size() != bare.size()) return {"there are too few samples to compare"};
   std::vector<std::string> objections;
   const auto check = [&objections](long value, long allowed, const std::string& what) {
@@ -34,7 +33,7 @@ std::vector<std::string> Objections(const std::vector<Sample>& plugin, const std
   };
   const ProcessFigures ours = Growth(plugin.front(), plugin.back());
   const ProcessFigures driver = Growth(bare.front(), bare.back());
-  check(MedianHeapExcess(plugin, bare), heap_tolerance_kb, "heap beyond the bare program's, kB in a tenth");
+  check(MedianHeapExcess(plugin, bare), kHeapToleranceKb, "heap beyond the bare program's, kB in a tenth");
   check(ours.resident_kb - driver.resident_kb,
         kResidentToleranceKb + std::max(driver.resident_kb, 0L) * kResidentTolerancePercent / 100,
         "resident beyond the bare program's, kB");

@@ -12,8 +12,7 @@ namespace endurance {
 ///
 /// The tenth in the middle of the order counts: something that is lost in each step shows in every tenth, while a
 /// buffer that the driver makes late shows in one.
-inline constexpr long kHeapToleranceAtRest = 16;
-inline constexpr long kHeapToleranceWhileDrawing = 256;  // a frame's own, which may be under way at a sample
+inline constexpr long kHeapToleranceKb = 16;
 
 /// How much more may be resident at the end of a series. Coarser, as it comes in pages and with what the allocator
 /// keeps; it is there for memory that is not from the heap.
@@ -25,8 +24,7 @@ ProcessFigures Growth(const Sample& from, const Sample& to);
 
 /// What is wrong with the plug-in's samples of a series beside the bare program's, a line each; nothing when all is
 /// well. The first tenth is for warming up.
-std::vector<std::string> Objections(const std::vector<Sample>& plugin, const std::vector<Sample>& bare,
-                                    long heap_tolerance_kb);
+std::vector<std::string> Objections(const std::vector<Sample>& plugin, const std::vector<Sample>& bare);
 
 }  // namespace endurance
 

@@ -10,8 +10,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
-constexpr long kHeapTolerance = 16;
-
 // Ten samples, a hundred steps apart, that grow by the same each time.
 std::vector<Sample> Growing(ProcessFigures by) {
   std::vector<Sample> samples;
@@ -22,19 +20,15 @@ std::vector<Sample> Growing(ProcessFigures by) {
   return samples;
 }
 
-std::vector<std::string> ObjectionsTo(const std::vector<Sample>& plugin, const std::vector<Sample>& bare) {
-  return Objections(plugin, bare, kHeapTolerance);
-}
-
 TEST(SoakVerdictTest, GrowingWithTheDriverIsWell) {
   const std::vector<Sample> both = Growing({550000, 630000, 0, 0});
-  EXPECT_THAT(ObjectionsTo(both, both), IsEmpty());
-  EXPECT_THAT(ObjectionsTo(Growing({0, 0, 0, 0}), Growing({0, 0, 0, 0})), IsEmpty());
+  EXPECT_THAT(Objections(both, both), IsEmpty());
+  EXPECT_THAT(Objections(Growing({0, 0, 0, 0}), Growing({0, 0, 0, 0})), IsEmpty());
 }
 
 TEST(SoakVerdictTest, HeapThatGrowsMoreThanTheDriversInEachTenthIsNot) {
-  EXPECT_THAT(ObjectionsTo(Growing({0, 630016, 0, 0}), Growing({0, 630000, 0, 0})), IsEmpty());
-  EXPECT_THAT(ObjectionsTo(Growing({0, 630017, 0, 0}), Growing({0, 630000, 0, 0})),
+  EXPECT_THAT(Objections(Growing({0, 630016, 0, 0}), Growing({0, 630000, 0, 0})), IsEmpty());
+  EXPECT_THAT(Objections(Growing({0, 630017, 0, 0}), Growing({0, 630000, 0, 0})),
               ElementsAre("heap beyond the bare program's, kB in a tenth: 17, at most 16 allowed"));
 }
 
@@ -42,14 +36,14 @@ TEST(SoakVerdictTest, ABufferThatTheDriverMakesLateIsWell) {
   const std::vector<Sample> bare = Growing({0, 0, 0, 0});
   std::vector<Sample> plugin = bare;
   for (size_t i = 6; i < plugin.size(); ++i) plugin[i].figures.heap_kb += 1600;
-  EXPECT_THAT(ObjectionsTo(plugin, bare), IsEmpty());
+  EXPECT_THAT(Objections(plugin, bare), IsEmpty());
 }
 
 TEST(SoakVerdictTest, ResidentMemoryCountsInAll) {
-  EXPECT_THAT(ObjectionsTo(Growing({455, 0, 0, 0}), Growing({0, 0, 0, 0})), IsEmpty());
-  EXPECT_THAT(ObjectionsTo(Growing({456, 0, 0, 0}), Growing({0, 0, 0, 0})),
+  EXPECT_THAT(Objections(Growing({455, 0, 0, 0}), Growing({0, 0, 0, 0})), IsEmpty());
+  EXPECT_THAT(Objections(Growing({456, 0, 0, 0}), Growing({0, 0, 0, 0})),
               ElementsAre("resident beyond the bare program's, kB: 4104, at most 4096 allowed"));
-  EXPECT_THAT(ObjectionsTo(Growing({100456, 0, 0, 0}), Growing({100000, 0, 0, 0})), IsEmpty());
+  EXPECT_THAT(Objections(Growing({100456, 0, 0, 0}), Growing({100000, 0, 0, 0})), IsEmpty());
 }
 
 TEST(SoakVerdictTest, EveryDescriptorAndThreadCounts) {
@@ -57,23 +51,23 @@ TEST(SoakVerdictTest, EveryDescriptorAndThreadCounts) {
   std::vector<Sample> plugin = bare;
   ++plugin.back().figures.descriptors;
   ++plugin.back().figures.threads;
-  EXPECT_THAT(ObjectionsTo(plugin, bare), ElementsAre("descriptors more than at first: 1, at most 0 allowed",
+  EXPECT_THAT(Objections(plugin, bare), ElementsAre("descriptors more than at first: 1, at most 0 allowed",
                                                       "threads more than at first: 1, at most 0 allowed"));
-  EXPECT_THAT(ObjectionsTo(plugin, plugin), IsEmpty());
+  EXPECT_THAT(Objections(plugin, plugin), IsEmpty());
 }
 
 TEST(SoakVerdictTest, AFailedStartCountsUnlessTheBareProgramFailsToo) {
   const std::vector<Sample> bare = Growing({0, 0, 0, 0});
   std::vector<Sample> plugin = bare;
   plugin.back().failed_starts = 1;
-  EXPECT_THAT(ObjectionsTo(plugin, bare), ElementsAre("failed starts: 1, at most 0 allowed"));
-  EXPECT_THAT(ObjectionsTo(plugin, plugin), IsEmpty());
+  EXPECT_THAT(Objections(plugin, bare), ElementsAre("failed starts: 1, at most 0 allowed"));
+  EXPECT_THAT(Objections(plugin, plugin), IsEmpty());
 }
 
 TEST(SoakVerdictTest, TooFewSamplesAreNoVerdict) {
   const std::vector<Sample> samples = Growing({0, 0, 0, 0});
-  EXPECT_THAT(ObjectionsTo({}, {}), ElementsAre(StartsWith("there are too few")));
-  EXPECT_THAT(ObjectionsTo(samples, {samples.begin(), samples.end() - 1}), ElementsAre(StartsWith("there are too few")));
+  EXPECT_THAT(Objections({}, {}), ElementsAre(StartsWith("there are too few")));
+  EXPECT_THAT(Objections(samples, {samples.begin(), samples.end() - 1}), ElementsAre(StartsWith("there are too few")));
 }
 
 }  // namespace
