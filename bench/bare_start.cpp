@@ -1,5 +1,5 @@
-// The least that a process needs on this machine to have a picture from OpenGL ES: EGL started, a context, a triangle with
-// the viewer's shaders, the pixels read back. No model, no host, no file. start_bench.py runs it.
+// The least that a process needs on this machine to have a picture from OpenGL ES: EGL started, a context, a triangle
+// with the viewer's shaders, the pixels read back. No model, no host, no file. start_bench.py runs it.
 
 #include <EGL/egl.h>
 #include <GLES2/gl2.h>
@@ -18,9 +18,13 @@ constexpr int kHeight = 480;
 bool MakeContext() {
   const EGLDisplay display = eglGetDisplay(EGL_DEFAULT_DISPLAY);
   if (!eglInitialize(display, nullptr, nullptr) || !eglBindAPI(EGL_OPENGL_ES_API)) return false;
-  const EGLint config_attributes[] = {EGL_SURFACE_TYPE, EGL_PBUFFER_BIT, EGL_RENDERABLE_TYPE, EGL_OPENGL_ES2_BIT,
-                                      EGL_RED_SIZE, 8, EGL_GREEN_SIZE, 8, EGL_BLUE_SIZE, 8, EGL_ALPHA_SIZE, 8,
-                                      EGL_DEPTH_SIZE, 24, EGL_NONE};
+  // clang-format off
+  const EGLint config_attributes[] = {
+      EGL_SURFACE_TYPE, EGL_PBUFFER_BIT,
+      EGL_RENDERABLE_TYPE, EGL_OPENGL_ES2_BIT,
+      EGL_RED_SIZE, 8, EGL_GREEN_SIZE, 8, EGL_BLUE_SIZE, 8, EGL_ALPHA_SIZE, 8, EGL_DEPTH_SIZE, 24,
+      EGL_NONE};
+  // clang-format on
   EGLConfig config;
   EGLint config_count = 0;
   if (!eglChooseConfig(display, config_attributes, &config, 1, &config_count) || config_count == 0) return false;

@@ -1,8 +1,8 @@
 // What a frame costs over the least that OpenGL needs.
 //
 // The process keeps the memory that it has once used. The driver takes some 24 MB a frame for 500,000 vertices; whether
-// glibc gives them back to the kernel in between depends on the order in which the driver's threads let go of theirs, and
-// would decide about the time of any contestant. faults_bench counts what comes of it.
+// glibc gives them back to the kernel in between depends on the order in which the driver's threads let go of theirs,
+// and would decide about the time of any contestant. faults_bench counts what comes of it.
 
 #include <malloc.h>
 

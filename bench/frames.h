@@ -1,9 +1,9 @@
 #ifndef BENCH_FRAMES_H_
 #define BENCH_FRAMES_H_
 
-// A whole frame, from the viewer's numbers to the pixels in the engine's buffer, against the least that OpenGL needs for
-// the same picture: clear, draw, finish, read back, on the same context. A third contestant adds to the least what a
-// frame must do besides: the pass over all vertices, the zeroed temporary, the rows turned.
+// A whole frame, from the viewer's numbers to the pixels in the engine's buffer, against the least that OpenGL needs
+// for the same picture: clear, draw, finish, read back, on the same context. A third contestant adds to the least what
+// a frame must do besides: the pass over all vertices, the zeroed temporary, the rows turned.
 //
 // Brings the plug-in's source along: to be included once in a program.
 
@@ -35,8 +35,8 @@ MeshData Sphere(size_t vertices) {
       mesh.normals.insert(mesh.normals.end(), normal, normal + 3);
       if (row == 0 || column == 0) continue;
       const uint32_t corner = row * side + column;
-      mesh.indices.insert(mesh.indices.end(), {corner - side - 1, corner - 1, corner - side, corner - side, corner - 1,
-                                               corner});
+      mesh.indices.insert(mesh.indices.end(),
+                          {corner - side - 1, corner - 1, corner - side, corner - side, corner - 1, corner});
     }
   }
   return mesh;
@@ -133,7 +133,8 @@ void Frame(benchmark::State& state, Contestant contestant, int width, int height
     RawFrame raw(viewer.model, width, height);
     DrawFrame(viewer);
     raw.Draw();
-    if (!SamePicture(raw.pixels(), pixels, static_cast<size_t>(width) * 4)) return state.SkipWithError("other pictures");
+    if (!SamePicture(raw.pixels(), pixels, static_cast<size_t>(width) * 4))
+      return state.SkipWithError("other pictures");
 
     const auto draw = [&] {
       if (contestant == kOurs) DrawFrame(viewer);
@@ -157,8 +158,8 @@ struct FrameSize {
 };
 
 // Rows named "<what>/<size and vertices>".
-void RegisterFrames(const std::string& what, const std::vector<FrameSize>& sizes, const std::vector<long>& vertex_counts,
-                    bool count_faults) {
+void RegisterFrames(const std::string& what, const std::vector<FrameSize>& sizes,
+                    const std::vector<long>& vertex_counts, bool count_faults) {
   std::freopen("/dev/null", "w", stderr);
   for (const long vertices : vertex_counts) {
     for (const auto& [width, height] : sizes) {

@@ -17,8 +17,7 @@ MeshData Sheet(size_t width, size_t height, bool normals, std::mt19937& engine) 
   MeshData mesh;
   for (size_t row = 0; row < height; ++row) {
     for (size_t column = 0; column < width; ++column) {
-      mesh.positions.insert(mesh.positions.end(),
-                            {static_cast<float>(column), static_cast<float>(row), random()});
+      mesh.positions.insert(mesh.positions.end(), {static_cast<float>(column), static_cast<float>(row), random()});
       if (!normals) continue;
       const float x = random(), y = random(), length = std::sqrt(x * x + y * y + 1.0f);
       mesh.normals.insert(mesh.normals.end(), {x / length, y / length, 1.0f / length});

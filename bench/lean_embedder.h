@@ -8,8 +8,8 @@
 
 #include "flutter/encodable_value.h"
 
-/// As little of an embedder as the plug-in needs, so that what is measured is the plug-in: one plug-in, one channel, one
-/// texture. The program that links it has the embedder's C functions.
+/// As little of an embedder as the plug-in needs, so that what is measured is the plug-in: one plug-in, one channel,
+/// one texture. The program that links it has the embedder's C functions.
 namespace lean_embedder {
 
 using Bytes = std::vector<uint8_t>;

@@ -65,7 +65,8 @@ void Register(const Case& test_case, const std::string& contestant, Prepare prep
   benchmark::RegisterBenchmark(("load/" + test_case.name + "/" + contestant).c_str(),
                                [=, checked = false](benchmark::State& state) mutable {
                                  TimeLoading(state, test_case, checked, prepare(test_case.path()));
-                                 if (contestant == "orbisk") state.counters["json_bytes"] = JsonLength(test_case.path());
+                                 if (contestant == "orbisk")
+                                   state.counters["json_bytes"] = JsonLength(test_case.path());
                                })
       ->Unit(benchmark::kMillisecond);
 }
@@ -77,9 +78,8 @@ void RegisterContestants(const Case& test_case) {
   Register(test_case, "orbisk", loading_with(LoadWithOrbisk));
   Register(test_case, "tinygltf", loading_with(LoadWithTinygltf));
   Register(test_case, "assimp", loading_with(LoadWithAssimp));
-  Register(test_case, "floor", [](const std::string& path) {
-    return [file = Locate(path)] { return LoadLocated(file); };
-  });
+  Register(test_case, "floor",
+           [](const std::string& path) { return [file = Locate(path)] { return LoadLocated(file); }; });
 }
 
 const bool g_registered = [] {
@@ -88,11 +88,11 @@ const bool g_registered = [] {
   const std::string device = ORBISK_ASSETS "/device.glb";
   RegisterContestants({"device.glb", [=] { return device; }, [=] { return LoadWithTinygltf(device); }});
   for (const bool normals : {true, false}) {
-    for (const auto& [meshes, vertices] : {std::pair<size_t, size_t>{1, 1'000}, {1, 50'000}, {1, 1'000'000},
-                                           {30, 2'000}, {100, 1'000}, {2'000, 100}}) {
+    for (const auto& [meshes, vertices] :
+         {std::pair<size_t, size_t>{1, 1'000}, {1, 50'000}, {1, 1'000'000}, {30, 2'000}, {100, 1'000}, {2'000, 100}}) {
       const ModelShape shape{meshes, vertices, normals};
-      RegisterContestants({NameOf(shape), [=] { return Generated(shape).path; },
-                           [=] { return Generated(shape).content; }});
+      RegisterContestants(
+          {NameOf(shape), [=] { return Generated(shape).path; }, [=] { return Generated(shape).content; }});
     }
   }
   return true;

@@ -40,8 +40,8 @@ MeshLocation LocateMesh(const tinygltf::Model& model, const tinygltf::Primitive&
   const auto normals = primitive.attributes.find("NORMAL");
   if (normals != primitive.attributes.end()) mesh.normals = LocateArray(model, normals->second);
   mesh.indices = LocateArray(model, primitive.indices);
-  mesh.short_indices = model.accessors[static_cast<size_t>(primitive.indices)].componentType ==
-                       TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT;
+  mesh.short_indices =
+      model.accessors[static_cast<size_t>(primitive.indices)].componentType == TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT;
   return mesh;
 }
 
@@ -65,8 +65,8 @@ MeshData CopyMesh(const uint8_t* bytes, const MeshLocation& location) {
   MeshData mesh;
   mesh.positions = Vec3s(bytes, location.positions);
   mesh.normals = Vec3s(bytes, location.normals);
-  mesh.indices = location.short_indices ? Indices<uint16_t>(bytes, location.indices)
-                                        : Indices<uint32_t>(bytes, location.indices);
+  mesh.indices =
+      location.short_indices ? Indices<uint16_t>(bytes, location.indices) : Indices<uint32_t>(bytes, location.indices);
   return mesh;
 }
 

@@ -15,8 +15,7 @@ class BinaryMessengerImpl : public BinaryMessenger {
  public:
   explicit BinaryMessengerImpl(FlutterDesktopMessengerRef messenger) : messenger_(messenger) {}
 
-  void Send(const std::string& channel, const uint8_t* message, size_t message_size,
-            BinaryReply reply) const override;
+  void Send(const std::string& channel, const uint8_t* message, size_t message_size, BinaryReply reply) const override;
   void SetMessageHandler(const std::string& channel, BinaryMessageHandler handler) override;
 
  private:

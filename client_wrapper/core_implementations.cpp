@@ -37,8 +37,8 @@ void BinaryMessengerImpl::SetMessageHandler(const std::string& channel, BinaryMe
   FlutterDesktopMessengerSetCallback(messenger_, channel.c_str(), ForwardToHandler, &stored);
 }
 
-void BinaryMessengerImpl::ForwardToHandler(FlutterDesktopMessengerRef messenger,
-                                           const FlutterDesktopMessage* message, void* user_data) {
+void BinaryMessengerImpl::ForwardToHandler(FlutterDesktopMessengerRef messenger, const FlutterDesktopMessage* message,
+                                           void* user_data) {
   const SharedHandler handler = *static_cast<SharedHandler*>(user_data);
   // Shared by all copies of the reply: whichever answers first takes the handle.
   auto handle = std::make_shared<const FlutterDesktopMessageResponseHandle*>(message->response_handle);

@@ -270,18 +270,16 @@ EncodableValue StandardCodecSerializer::SkipTooDeep(ByteStreamReader* stream, si
 // ---- StandardMessageCodec ----------------------------------------------------------------------------------
 
 const StandardMessageCodec& StandardMessageCodec::GetInstance(const StandardCodecSerializer* serializer) {
-  return CodecFor<StandardMessageCodec>(
-      serializer, [](const StandardCodecSerializer* of) { return new StandardMessageCodec(of); });
+  return CodecFor<StandardMessageCodec>(serializer,
+                                        [](const StandardCodecSerializer* of) { return new StandardMessageCodec(of); });
 }
 
-std::unique_ptr<EncodableValue> StandardMessageCodec::DecodeMessageInternal(const uint8_t* bytes,
-                                                                            size_t size) const {
+std::unique_ptr<EncodableValue> StandardMessageCodec::DecodeMessageInternal(const uint8_t* bytes, size_t size) const {
   ByteBufferStreamReader stream(bytes, size);
   return std::make_unique<EncodableValue>(serializer_->ReadValue(&stream));
 }
 
-std::unique_ptr<std::vector<uint8_t>> StandardMessageCodec::EncodeMessageInternal(
-    const EncodableValue& message) const {
+std::unique_ptr<std::vector<uint8_t>> StandardMessageCodec::EncodeMessageInternal(const EncodableValue& message) const {
   auto bytes = std::make_unique<std::vector<uint8_t>>();
   ByteBufferStreamWriter stream(bytes.get());
   serializer_->WriteValue(message, &stream);
@@ -291,8 +289,8 @@ std::unique_ptr<std::vector<uint8_t>> StandardMessageCodec::EncodeMessageInterna
 // ---- StandardMethodCodec -----------------------------------------------------------------------------------
 
 const StandardMethodCodec& StandardMethodCodec::GetInstance(const StandardCodecSerializer* serializer) {
-  return CodecFor<StandardMethodCodec>(
-      serializer, [](const StandardCodecSerializer* of) { return new StandardMethodCodec(of); });
+  return CodecFor<StandardMethodCodec>(serializer,
+                                       [](const StandardCodecSerializer* of) { return new StandardMethodCodec(of); });
 }
 
 std::unique_ptr<MethodCall<EncodableValue>> StandardMethodCodec::DecodeMethodCallInternal(const uint8_t* bytes,
@@ -304,8 +302,7 @@ std::unique_ptr<MethodCall<EncodableValue>> StandardMethodCodec::DecodeMethodCal
     return nullptr;
   }
   auto arguments = std::make_unique<EncodableValue>(serializer_->ReadValue(&stream));
-  return std::make_unique<MethodCall<EncodableValue>>(std::get<std::string>(std::move(name)),
-                                                      std::move(arguments));
+  return std::make_unique<MethodCall<EncodableValue>>(std::get<std::string>(std::move(name)), std::move(arguments));
 }
 
 std::unique_ptr<std::vector<uint8_t>> StandardMethodCodec::EncodeMethodCallInternal(

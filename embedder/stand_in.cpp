@@ -41,8 +41,7 @@ void FlutterDesktopMessengerSendResponse(FlutterDesktopMessengerRef, const Flutt
                                          const uint8_t*, size_t) {
   NoEmbedder(__func__);
 }
-void FlutterDesktopMessengerSetCallback(FlutterDesktopMessengerRef, const char*, FlutterDesktopMessageCallback,
-                                        void*) {
+void FlutterDesktopMessengerSetCallback(FlutterDesktopMessengerRef, const char*, FlutterDesktopMessageCallback, void*) {
   NoEmbedder(__func__);
 }
 int64_t FlutterDesktopTextureRegistrarRegisterExternalTexture(FlutterDesktopTextureRegistrarRef,

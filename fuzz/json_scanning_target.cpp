@@ -15,10 +15,11 @@
 
 namespace {
 
-constexpr std::string_view kKeys[] = {
-    "meshes",        "primitives", "attributes", "POSITION",   "NORMAL",     "indices", "material",
-    "materials",     "accessors",  "bufferView", "byteOffset", "byteLength", "count",   "componentType",
-    "bufferViews",   "byteStride", "type",       "buffer",     "baseColorFactor", "pbrMetallicRoughness"};
+constexpr std::string_view kKeys[] = {"meshes",    "primitives",    "attributes",      "POSITION",
+                                      "NORMAL",    "indices",       "material",        "materials",
+                                      "accessors", "bufferView",    "byteOffset",      "byteLength",
+                                      "count",     "componentType", "bufferViews",     "byteStride",
+                                      "type",      "buffer",        "baseColorFactor", "pbrMetallicRoughness"};
 
 bool LiesInside(std::string_view part, std::string_view text) {
   const auto position = reinterpret_cast<uintptr_t>(part.data()) - reinterpret_cast<uintptr_t>(text.data());
@@ -126,8 +127,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const size_t start = input.Byte();
   const int index = static_cast<int8_t>(input.Byte());
   const std::vector<uint8_t> own_key = input.Bytes(key_number < std::size(kKeys) ? 0 : key_number % 16);
-  const std::string key = key_number < std::size(kKeys) ? std::string(kKeys[key_number])
-                                                        : std::string(own_key.begin(), own_key.end());
+  const std::string key =
+      key_number < std::size(kKeys) ? std::string(kKeys[key_number]) : std::string(own_key.begin(), own_key.end());
   const std::vector<uint8_t> rest = input.Rest();
   const auto* const characters = reinterpret_cast<const char*>(rest.data());
   const std::string_view text = rest.empty() ? std::string_view("") : std::string_view(characters, rest.size());

@@ -158,9 +158,8 @@ void DecodeEnvelope(const Bytes& message) {
   }
   FUZZ_REQUIRE(answer.count == 1);
 
-  const Bytes written = answer.is_error
-                            ? *Methods().EncodeErrorEnvelope(answer.code, answer.message, &answer.value)
-                            : *Methods().EncodeSuccessEnvelope(&answer.value);
+  const Bytes written = answer.is_error ? *Methods().EncodeErrorEnvelope(answer.code, answer.message, &answer.value)
+                                        : *Methods().EncodeSuccessEnvelope(&answer.value);
   fuzz::Answer read_back;
   FUZZ_REQUIRE(Methods().DecodeAndProcessResponseEnvelope(written.data(), written.size(), &read_back));
   FUZZ_REQUIRE(read_back.count == 1 && read_back.is_error == answer.is_error);

@@ -46,8 +46,8 @@ std::vector<Seed> GlbSeeds() {
       {"triangle", Glb().Add(Triangle())},
       {"colour", Glb().Add(Triangle().Color("1, 0.5, 2.5e-1, 1"))},
       {"normals", Glb().Add(Mesh(Floats(kTrianglePositions)).Normals(Floats(kUpNormals)).Indices(Uints({0, 1, 2})))},
-      {"interleaved", Glb().Add(Mesh(Floats(kTrianglePositions).Stride(24))
-                                    .Normals(Floats(kUpNormals).Stride(16).Offset(4)))},
+      {"interleaved",
+       Glb().Add(Mesh(Floats(kTrianglePositions).Stride(24)).Normals(Floats(kUpNormals).Stride(16).Offset(4)))},
       {"no_indices", Glb().Add(Mesh(Floats(kTrianglePositions)))},
       {"byte_indices", Glb().Add(Mesh(Floats(kTrianglePositions)).Indices(Ubytes({0, 1, 2})))},
       {"two_meshes", Glb().Add(Triangle().Color("1,0,0")).Add(Triangle().Without("primitives"))},
@@ -109,9 +109,21 @@ Bytes EncodeCall(const std::string& method, EncodableValue arguments = {}) {
 std::vector<Seed> MessageSeeds() {
   const auto& codec = flutter::StandardMethodCodec::GetInstance();
   const EncodableValue every_kind(EncodableList{
-      {}, true, false, int32_t{-1}, int64_t{1} << 40, 2.5, "text", std::vector<uint8_t>{1, 2, 3},
-      std::vector<int32_t>{4, 5}, std::vector<int64_t>{6}, std::vector<double>{7.5}, std::vector<float>{8.5f},
-      EncodableList{1.0, EncodableList{}}, EncodableMap{{"b", 1.0}, {int32_t{1}, EncodableMap{{2.0, "x"}}}}});
+      EncodableValue(),
+      true,
+      false,
+      int32_t{-1},
+      int64_t{1} << 40,
+      2.5,
+      "text",
+      std::vector<uint8_t>{1, 2, 3},
+      std::vector<int32_t>{4, 5},
+      std::vector<int64_t>{6},
+      std::vector<double>{7.5},
+      std::vector<float>{8.5f},
+      EncodableList{1.0, EncodableList{}},
+      EncodableMap{{"b", 1.0}, {int32_t{1}, EncodableMap{{2.0, "x"}}}},
+  });
   const EncodableValue numbers(EncodableMap{{std::vector<double>{1, 2}, 0.0}, {3.0, -0.0}, {int64_t{4}, {}}});
   return {
       {"every_kind", Prefixed(fuzz::kValue, EncodeValue(every_kind))},
@@ -168,10 +180,10 @@ std::vector<Seed> MethodCallSeeds() {
   const Bytes viewer = Join({CreateTexture(4, 3), LoadModel("model.glb")});
   std::vector<Seed> seeds = {
       {"whole_run", Join({viewer, kFrame, start, kFrame, SetQuaternion("setQuaternion"), kFrame, stop, dispose})},
-      {"settings", Join({viewer, SetQuaternion("setQuaternion"), SetQuaternion("setBaseQuaternion"),
-                         SetAngles("setRotation"), SetAngles("setBaseRotation"),
-                         Call("setCameraDistance", EncodableMap{{"distance", 2.0}}),
-                         Call("setModelScale", EncodableMap{{"scale", -1.0}}), start, kFrame, kFrame})},
+      {"settings",
+       Join({viewer, SetQuaternion("setQuaternion"), SetQuaternion("setBaseQuaternion"), SetAngles("setRotation"),
+             SetAngles("setBaseRotation"), Call("setCameraDistance", EncodableMap{{"distance", 2.0}}),
+             Call("setModelScale", EncodableMap{{"scale", -1.0}}), start, kFrame, kFrame})},
       {"nothing_created", Join({start, stop, LoadModel("model.glb"), SetAngles("setRotation"), dispose})},
       {"wrong_types", Join({CreateTexture(4, 3), Call("setModelScale", EncodableMap{{"scale", int32_t{1}}}),
                             Call("createTexture", EncodableMap{{"width", 1.0}, {"height", int64_t{1}}}),
@@ -184,11 +196,11 @@ std::vector<Seed> MethodCallSeeds() {
       {"larger_texture", Join({viewer, kFrame, start, kFrame, CreateTexture(40, 30), kFrame, kFrame, start, kFrame})},
       {"disposed_and_again", Join({viewer, kFrame, dispose, kFrame, LoadModel("points.glb"), start, stop,
                                    CreateTexture(2, 2), kFrame, start, kFrame})},
-      {"absurd_textures", Join({CreateTexture(0x7FFFFFFF, 0x7FFFFFFF), kFrame, CreateTexture(-1, 5), kFrame,
-                                CreateTexture(65536, 16384), kFrame, CreateTexture(0, 0), kFrame, viewer, start, kFrame,
-                                kFrame})},
-      {"model_lost_while_drawing", Join({viewer, start, kFrame, LoadModel("missing.glb"), kFrame,
-                                         LoadModel("asset.glb"), kFrame})},
+      {"absurd_textures",
+       Join({CreateTexture(0x7FFFFFFF, 0x7FFFFFFF), kFrame, CreateTexture(-1, 5), kFrame, CreateTexture(65536, 16384),
+             kFrame, CreateTexture(0, 0), kFrame, viewer, start, kFrame, kFrame})},
+      {"model_lost_while_drawing",
+       Join({viewer, start, kFrame, LoadModel("missing.glb"), kFrame, LoadModel("asset.glb"), kFrame})},
       {"context_fails_on_the_render_thread", Join({viewer, Failure(1), start, kFrame, stop, start, kFrame})},
   };
   for (const auto& [name, glb] : fuzz::ModelFiles()) {

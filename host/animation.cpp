@@ -74,8 +74,7 @@ void Animation::Start(const Frame& frame) {
   encoder_->width = std::max(1, static_cast<int>(std::lround(frame.width * scale)));
   encoder_->height = std::max(1, static_cast<int>(std::lround(frame.height * scale)));
 
-  if (!WebPConfigPreset(&encoder_->config, WEBP_PRESET_DRAWING, kQuality))
-    Fail("libwebp is of another version");
+  if (!WebPConfigPreset(&encoder_->config, WEBP_PRESET_DRAWING, kQuality)) Fail("libwebp is of another version");
   encoder_->config.method = kMethod;
 
   WebPAnimEncoderOptions options;

@@ -18,8 +18,8 @@ CairoSurface MakeSurface(int width, int height) {
   CairoSurface surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
   const cairo_status_t status = cairo_surface_status(surface.get());
   if (status != CAIRO_STATUS_SUCCESS) {
-    throw HostError("cannot make a picture of " + std::to_string(width) + "x" + std::to_string(height) +
-                    ": " + cairo_status_to_string(status));
+    throw HostError("cannot make a picture of " + std::to_string(width) + "x" + std::to_string(height) + ": " +
+                    cairo_status_to_string(status));
   }
   return surface;
 }
@@ -34,8 +34,8 @@ CairoSurface SurfaceOf(const Frame& frame) {
     unsigned char* pixel = pixels + y * stride;
     for (int x = 0; x < frame.width; ++x, rgba += 4, pixel += 4) {
       const uint32_t alpha = rgba[3];
-      const uint32_t argb = alpha << 24 | Premultiplied(rgba[0], alpha) << 16 |
-                            Premultiplied(rgba[1], alpha) << 8 | Premultiplied(rgba[2], alpha);
+      const uint32_t argb = alpha << 24 | Premultiplied(rgba[0], alpha) << 16 | Premultiplied(rgba[1], alpha) << 8 |
+                            Premultiplied(rgba[2], alpha);
       std::memcpy(pixel, &argb, sizeof(argb));
     }
   }
@@ -52,8 +52,7 @@ void PaintBackdrop(cairo_t* context, double x, double y, double width, double he
 void PaintScaled(cairo_t* context, cairo_surface_t* image, double x, double y, double width, double height) {
   cairo_save(context);
   cairo_translate(context, x, y);
-  cairo_scale(context, width / cairo_image_surface_get_width(image),
-              height / cairo_image_surface_get_height(image));
+  cairo_scale(context, width / cairo_image_surface_get_width(image), height / cairo_image_surface_get_height(image));
   cairo_set_source_surface(context, image, 0, 0);
   cairo_pattern_set_filter(cairo_get_source(context), CAIRO_FILTER_GOOD);
   cairo_paint(context);

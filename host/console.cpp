@@ -35,8 +35,7 @@ int WriteAll(int descriptor, const std::string& text) {
 void OpenStandardDescriptors() {
   for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (fcntl(descriptor, F_GETFD) >= 0) continue;
-    [[maybe_unused]] const int opened =
-        open("/dev/null", O_RDWR);  // takes the lowest free number, which is this
+    [[maybe_unused]] const int opened = open("/dev/null", O_RDWR);  // takes the lowest free number, which is this
   }
 }
 
@@ -55,8 +54,7 @@ char g_last_words[4096];
 std::array<struct sigaction, kFatalSignals.size()> g_earlier_actions;
 
 void SayLastWords(int signal_number) {
-  [[maybe_unused]] const ssize_t written =
-      write(g_last_words_descriptor, g_last_words, std::strlen(g_last_words));
+  [[maybe_unused]] const ssize_t written = write(g_last_words_descriptor, g_last_words, std::strlen(g_last_words));
   // Whoever handled the signal before handles it next (a sanitizer, or the system with its core file): a
   // fault comes back as soon as this returns, and abort() raises its signal once more.
   for (size_t i = 0; i < kFatalSignals.size(); ++i) {
@@ -72,8 +70,7 @@ void PrepareLastWords(int descriptor, bool terminal, const std::string& others_p
   struct sigaction action = {};
   action.sa_handler = SayLastWords;
   sigemptyset(&action.sa_mask);
-  for (size_t i = 0; i < kFatalSignals.size(); ++i)
-    sigaction(kFatalSignals[i], &action, &g_earlier_actions[i]);
+  for (size_t i = 0; i < kFatalSignals.size(); ++i) sigaction(kFatalSignals[i], &action, &g_earlier_actions[i]);
 }
 
 }  // namespace

@@ -24,14 +24,12 @@ struct FlutterDesktopMessenger {
     void* user_data;
   };
 
-  std::optional<std::vector<uint8_t>> Deliver(const std::string& channel,
-                                              const std::vector<uint8_t>& message);
+  std::optional<std::vector<uint8_t>> Deliver(const std::string& channel, const std::vector<uint8_t>& message);
 
   std::map<std::string, Handler> handlers;
   // Messages under way. A handle whose message got no answer stays until it does, so that a late answer is
   // never taken for that to another message.
-  std::map<const FlutterDesktopMessageResponseHandle*, std::unique_ptr<FlutterDesktopMessageResponseHandle>>
-      open;
+  std::map<const FlutterDesktopMessageResponseHandle*, std::unique_ptr<FlutterDesktopMessageResponseHandle>> open;
 };
 
 struct FlutterDesktopTextureRegistrar {
@@ -77,8 +75,7 @@ struct FlutterDesktopTextureRegistrar {
 };
 
 struct FlutterDesktopPluginRegistrar {
-  explicit FlutterDesktopPluginRegistrar(host::Embedder::FrameSink on_frame)
-      : textures(std::move(on_frame)) {}
+  explicit FlutterDesktopPluginRegistrar(host::Embedder::FrameSink on_frame) : textures(std::move(on_frame)) {}
 
   FlutterDesktopMessenger messenger;
   FlutterDesktopTextureRegistrar textures;
@@ -159,9 +156,8 @@ void FlutterDesktopTextureRegistrar::Show(int64_t texture_id, int width, int hei
   texture->second.height = static_cast<size_t>(height);
   wanted.insert(texture_id);
   work.notify_one();
-  fetched.wait(lock, [&] {
-    return stop || !failure.empty() || (wanted.count(texture_id) == 0 && fetching != texture_id);
-  });
+  fetched.wait(lock,
+               [&] { return stop || !failure.empty() || (wanted.count(texture_id) == 0 && fetching != texture_id); });
   if (!failure.empty()) throw host::HostError(failure);
   if (!texture->second.ready) throw host::HostError("the plug-in hands out no pixels for its texture");
 }
@@ -240,8 +236,7 @@ Embedder::~Embedder() {
   DestroyRegistrar();
 }
 
-std::optional<std::vector<uint8_t>> Embedder::Deliver(const std::string& channel,
-                                                      const std::vector<uint8_t>& message) {
+std::optional<std::vector<uint8_t>> Embedder::Deliver(const std::string& channel, const std::vector<uint8_t>& message) {
   return registrar_->messenger.Deliver(channel, message);
 }
 
@@ -257,8 +252,7 @@ void Embedder::CheckRaster() const {
 void Embedder::StopRaster() { registrar_->textures.StopRaster(); }
 
 void Embedder::DestroyRegistrar() {
-  const FlutterDesktopOnPluginRegistrarDestroyed on_destroyed =
-      std::exchange(registrar_->on_destroyed, nullptr);
+  const FlutterDesktopOnPluginRegistrarDestroyed on_destroyed = std::exchange(registrar_->on_destroyed, nullptr);
   if (on_destroyed != nullptr) on_destroyed(registrar_.get());
 }
 
@@ -278,8 +272,7 @@ uint64_t Embedder::frames_fetched() const {
 
 extern "C" {
 
-FlutterDesktopMessengerRef FlutterDesktopPluginRegistrarGetMessenger(
-    FlutterDesktopPluginRegistrarRef registrar) {
+FlutterDesktopMessengerRef FlutterDesktopPluginRegistrarGetMessenger(FlutterDesktopPluginRegistrarRef registrar) {
   return &registrar->messenger;
 }
 
@@ -294,9 +287,7 @@ void FlutterDesktopPluginRegistrarSetDestructionHandler(FlutterDesktopPluginRegi
 }
 
 // There is no application that listens; as with an engine, that is no error.
-bool FlutterDesktopMessengerSend(FlutterDesktopMessengerRef, const char*, const uint8_t*, size_t) {
-  return true;
-}
+bool FlutterDesktopMessengerSend(FlutterDesktopMessengerRef, const char*, const uint8_t*, size_t) { return true; }
 
 // An engine answers a message that nobody listens to with no bytes.
 bool FlutterDesktopMessengerSendWithReply(FlutterDesktopMessengerRef, const char*, const uint8_t*, size_t,
@@ -306,11 +297,10 @@ bool FlutterDesktopMessengerSendWithReply(FlutterDesktopMessengerRef, const char
 }
 
 void FlutterDesktopMessengerSendResponse(FlutterDesktopMessengerRef messenger,
-                                         const FlutterDesktopMessageResponseHandle* handle,
-                                         const uint8_t* data, size_t data_length) {
+                                         const FlutterDesktopMessageResponseHandle* handle, const uint8_t* data,
+                                         size_t data_length) {
   const auto open = messenger->open.find(handle);
-  if (open == messenger->open.end() || open->second->answer)
-    return;  // answered before: the first answer counts
+  if (open == messenger->open.end() || open->second->answer) return;  // answered before: the first answer counts
   if (!open->second->awaited) {
     messenger->open.erase(open);
     return;
@@ -328,8 +318,8 @@ void FlutterDesktopMessengerSetCallback(FlutterDesktopMessengerRef messenger, co
   }
 }
 
-int64_t FlutterDesktopTextureRegistrarRegisterExternalTexture(
-    FlutterDesktopTextureRegistrarRef texture_registrar, const FlutterDesktopTextureInfo* info) {
+int64_t FlutterDesktopTextureRegistrarRegisterExternalTexture(FlutterDesktopTextureRegistrarRef texture_registrar,
+                                                              const FlutterDesktopTextureInfo* info) {
   return texture_registrar->Register(*info);
 }
 
@@ -338,9 +328,9 @@ bool FlutterDesktopTextureRegistrarMarkExternalTextureFrameAvailable(
   return texture_registrar->Mark(texture_id);
 }
 
-void FlutterDesktopTextureRegistrarUnregisterExternalTexture(
-    FlutterDesktopTextureRegistrarRef texture_registrar, int64_t texture_id,
-    void (*callback)(void* user_data), void* user_data) {
+void FlutterDesktopTextureRegistrarUnregisterExternalTexture(FlutterDesktopTextureRegistrarRef texture_registrar,
+                                                             int64_t texture_id, void (*callback)(void* user_data),
+                                                             void* user_data) {
   texture_registrar->Unregister(texture_id);
   if (callback != nullptr) callback(user_data);
 }

@@ -23,9 +23,8 @@ namespace host {
 /// Only pixel-buffer textures are shown; registering one of another kind gives -1. Messages that the plug-in
 /// sends find nobody on the other side.
 ///
-/// Thread   all members on the platform thread, which is the one that made the embedder. Frames are fetched
-/// and
-///          passed on by a raster thread of its own.
+/// Thread   all members on the platform thread, which is the one that made the embedder. Frames are fetched and passed
+///          on by a raster thread of its own.
 class Embedder {
  public:
   using FrameSink = std::function<void(std::shared_ptr<const Frame>)>;
@@ -44,8 +43,7 @@ class Embedder {
   /// handler returned without an answer.
   ///
   /// Failure  what the plug-in's handler throws comes through.
-  std::optional<std::vector<uint8_t>> Deliver(const std::string& channel,
-                                              const std::vector<uint8_t>& message);
+  std::optional<std::vector<uint8_t>> Deliver(const std::string& channel, const std::vector<uint8_t>& message);
 
   /// Brings a texture on screen at this size: fetches it once, keeping the picture to itself (a plug-in may
   /// make its buffer only now, with nothing in it), and from now on whenever the plug-in marks a frame. Marks

@@ -27,9 +27,8 @@ bool ChooseEglPlatform() {
 }
 
 std::string EglAdvice() {
-  return "OpenGL ES needs a display that runs (" + Described("DISPLAY") + ", " +
-         Described("WAYLAND_DISPLAY") + "), or EGL_PLATFORM=surfaceless to draw without one (" +
-         Described("EGL_PLATFORM") +
+  return "OpenGL ES needs a display that runs (" + Described("DISPLAY") + ", " + Described("WAYLAND_DISPLAY") +
+         "), or EGL_PLATFORM=surfaceless to draw without one (" + Described("EGL_PLATFORM") +
          "), and the packages libegl1, libgles2, libegl-mesa0 and libgl1-mesa-dri";
 }
 

@@ -39,17 +39,12 @@ std::string OtherThanAFile(const std::string& path) {
   using std::filesystem::file_type;
   std::error_code ignored;
   switch (std::filesystem::status(path, ignored).type()) {
-    case file_type::directory:
-      return "a folder";
-    case file_type::fifo:
-      return "a pipe";
-    case file_type::socket:
-      return "a socket";
+    case file_type::directory: return "a folder";
+    case file_type::fifo: return "a pipe";
+    case file_type::socket: return "a socket";
     case file_type::character:
-    case file_type::block:
-      return "a device";
-    default:
-      return "";
+    case file_type::block: return "a device";
+    default: return "";
   }
 }
 

@@ -63,8 +63,7 @@ LiveFeed::~LiveFeed() {
   }
   taken_.notify_one();
   const uint64_t one = 1;
-  [[maybe_unused]] const ssize_t written =
-      write(stop_event_, &one, sizeof(one));  // cannot fail: the counter is 0
+  [[maybe_unused]] const ssize_t written = write(stop_event_, &one, sizeof(one));  // cannot fail: the counter is 0
   thread_.join();
   close(stop_event_);
 }

@@ -120,8 +120,7 @@ void ImuLineParser::ParseHeader(const std::vector<std::string_view>& names) {
 
   time_column_ = find("t");
   orientation_columns_ = find_all({find("qx"), find("qy"), find("qz"), find("qw")});
-  if (orientation_columns_.empty())
-    orientation_columns_ = find_all({find("roll"), find("pitch"), find("yaw")});
+  if (orientation_columns_.empty()) orientation_columns_ = find_all({find("roll"), find("pitch"), find("yaw")});
 
   const bool time_missing = time_ == Time::kRequired && time_column_ == kAbsent;
   if (time_missing || orientation_columns_.empty()) {
@@ -144,8 +143,7 @@ double ImuLineParser::Number(const std::vector<std::string_view>& fields, size_t
 }
 
 void ImuLineParser::Fail(const std::string& expected, const std::string& found) const {
-  throw HostError(source_ + ", line " + std::to_string(line_number_) + ": expected " + expected + ", found " +
-                  found);
+  throw HostError(source_ + ", line " + std::to_string(line_number_) + ": expected " + expected + ", found " + found);
 }
 
 // ---- ImuLines ---------------------------------------------------------------------------------------------
@@ -178,8 +176,7 @@ std::vector<ImuSample> ReadImuRun(const std::string& path, size_t most_bytes) {
   };
   const std::string other = OtherThanAFile(path);
   if (!other.empty()) {
-    fail("it is " + other +
-         (other == "a folder" ? "" : "; --imu - reads samples from standard input as they come"));
+    fail("it is " + other + (other == "a folder" ? "" : "; --imu - reads samples from standard input as they come"));
   }
   errno = 0;
   std::ifstream file(path, std::ios::binary);

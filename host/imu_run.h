@@ -94,8 +94,7 @@ class ImuLines {
   std::string unfinished_;  // what has come of a line that has no end yet
 };
 
-constexpr size_t kLargestImuFile = size_t{256}
-                                   << 20;  // bytes: nine hours of a sensor that speaks 200 times a second
+constexpr size_t kLargestImuFile = size_t{256} << 20;  // bytes: nine hours of a sensor that speaks 200 times a second
 
 /// Reads a recorded run, the whole of it, into memory.
 ///

@@ -22,8 +22,7 @@ int main(int argc, char** argv) {
   try {
     const host::Options options = host::ParseOptions(argc, argv, host::DisplayPresent());
     if (host::ChooseEglPlatform()) {
-      console.Line(
-          "no DISPLAY, WAYLAND_DISPLAY or EGL_PLATFORM is set: drawing with EGL_PLATFORM=surfaceless");
+      console.Line("no DISPLAY, WAYLAND_DISPLAY or EGL_PLATFORM is set: drawing with EGL_PLATFORM=surfaceless");
     }
     host::Run(options, console);
     return 0;

@@ -76,12 +76,9 @@ bool HasLine(const Beginning& file, std::string_view word) {
   return file.StartsWith(word) || file.Has("\n" + std::string(word));
 }
 
-bool IsObj(const Beginning& file) {
-  return HasLine(file, "mtllib ") || (HasLine(file, "v ") && HasLine(file, "f "));
-}
+bool IsObj(const Beginning& file) { return HasLine(file, "mtllib ") || (HasLine(file, "v ") && HasLine(file, "f ")); }
 
-constexpr char kExport[] =
-    "open it in Blender, say, and export it as glTF 2.0 in the format \"glTF Binary (.glb)\"";
+constexpr char kExport[] = "open it in Blender, say, and export it as glTF 2.0 in the format \"glTF Binary (.glb)\"";
 constexpr char kExportCad[] = "open it in FreeCAD, say, and export it as \"glTF 2.0\" with the ending .glb";
 constexpr char kGetItAgain[] = "copy, download or export it again";
 constexpr char kUnpack[] = "unpack it and give the .glb file in it";
@@ -105,8 +102,7 @@ constexpr Kind kKinds[] = {
     {"it is a 7z archive", kUnpack, "7z\xBC\xAF\x27\x1C"},
     {"it is a picture (PNG)", kNoModel, "\x89PNG"},
     {"it is a picture (JPEG)", kNoModel, "\xFF\xD8\xFF"},
-    {"it is a picture (WebP)", kNoModel, "RIFF",
-     [](const Beginning& file) { return file.StartsWith("WEBP", 8); }},
+    {"it is a picture (WebP)", kNoModel, "RIFF", [](const Beginning& file) { return file.StartsWith("WEBP", 8); }},
     {"it is a PDF document", kNoModel, "%PDF-"},
     {"it is an FBX file", kExport, "Kaydara FBX Binary"},
     {"it is an FBX file", kExport, "; FBX "},
@@ -116,13 +112,10 @@ constexpr Kind kKinds[] = {
     {"it is a PLY file", kExport, "ply\r"},
     {"it is a USD file", kExport, "#usda"},
     {"it is a USD file", kExport, "PXR-USDC"},
-    {"it is a STEP file", kExportCad, "",
-     [](const Beginning& file) { return file.TextStartsWith("iso-10303-21"); }},
+    {"it is a STEP file", kExportCad, "", [](const Beginning& file) { return file.TextStartsWith("iso-10303-21"); }},
     {"it is a web page, such as a server sends instead of a file",
      "download the file itself (from a page that shows code, the \"raw\" file)", "",
-     [](const Beginning& file) {
-       return file.TextStartsWith("<!doctype html") || file.TextStartsWith("<html");
-     }},
+     [](const Beginning& file) { return file.TextStartsWith("<!doctype html") || file.TextStartsWith("<html"); }},
     {"it is a COLLADA file", kExport, "",
      [](const Beginning& file) { return file.TextStartsWith("<") && file.Has("<COLLADA"); }},
     {"it is an X3D file", kExport, "",
@@ -156,8 +149,8 @@ std::string ContainerTrouble(const Beginning& file) {
   if (file.text.size() < kToJson) return std::string("it ends within its header; ") + kGetItAgain;
   const uint64_t length = file.Number(8);
   const auto cut_short_of = [&](uint64_t end) {
-    return "it is cut short: of " + std::to_string(std::max(end, length)) + " bytes " +
-           std::to_string(file.file_size) + " are there; " + kGetItAgain;
+    return "it is cut short: of " + std::to_string(std::max(end, length)) + " bytes " + std::to_string(file.file_size) +
+           " are there; " + kGetItAgain;
   };
   const uint64_t json_end = kToJson + file.Number(12);
   if (json_end > file.file_size) return cut_short_of(json_end);
@@ -210,8 +203,7 @@ constexpr Words kLoaderWords[] = {
     {"primitives array not found", "its meshes are empty; export it with their triangles"},
     {"primitive 0 not found", "its meshes are empty; export it with their triangles"},
     {"no attributes", "its meshes have no vertices; export it with their triangles"},
-    {"stoi",
-     "it has a whole number that cannot be read; it is damaged or its exporter is: export it again"},
+    {"stoi", "it has a whole number that cannot be read; it is damaged or its exporter is: export it again"},
     {"stof", "it has a number that cannot be read; it is damaged or its exporter is: export it again"},
     {"bad_alloc", "there is not enough memory for it; give a smaller one"},
     {"mesh 0: ;",
@@ -245,8 +237,7 @@ std::string OtherPath(const std::string& path) {
   return path.compare(0, assets.size(), assets) == 0 ? path.substr(assets.size()) : assets + path;
 }
 
-std::string FileTrouble(const std::string& path, const std::string& file_path,
-                        std::string_view loader_words) {
+std::string FileTrouble(const std::string& path, const std::string& file_path, std::string_view loader_words) {
   if (!Exists(file_path)) return "there is no such file, nor " + OtherPath(path);
   const Beginning file = ReadBeginning(file_path);
   if (file.error != 0) return std::strerror(file.error);
@@ -271,8 +262,8 @@ void CheckModelFile(const std::string& path) {
   std::error_code error;
   const uint64_t size = std::filesystem::file_size(file, error);
   if (!error && size > kLargestModel) {
-    throw HostError("cannot load the model " + file + ": it has " + std::to_string(size) +
-                    " bytes, a .glb file has " + std::to_string(kLargestModel) + " at most");
+    throw HostError("cannot load the model " + file + ": it has " + std::to_string(size) + " bytes, a .glb file has " +
+                    std::to_string(kLargestModel) + " at most");
   }
 }
 

@@ -162,8 +162,7 @@ Options ParseOptions(int argc, const char* const* argv, bool display_present) {
       ->type_name("R,P,Y")
       ->group("View");
 
-  app.add_flag("--window", options.window, "Show a window (the default when there is a display)")
-      ->group("Run");
+  app.add_flag("--window", options.window, "Show a window (the default when there is a display)")->group("Run");
   bool headless = false;
   app.add_flag("--headless", headless, "Write pictures (the default when there is no display)")->group("Run");
   app.add_option("--seconds", seconds, "End after so many seconds (default: with the last sample)")

@@ -92,8 +92,8 @@ void WritePng(const Frame& frame, const std::string& path) { WriteSurface(Surfac
 void WriteContactSheet(const std::vector<TimedFrame>& frames, const std::string& path) {
   if (frames.empty()) throw HostError("cannot write " + path + ": there are no frames");
   const Frame& first = *frames.front().frame;
-  const double scale = std::min(static_cast<double>(kPictureWidth) / first.width,
-                                static_cast<double>(kHighestPicture) / first.height);
+  const double scale =
+      std::min(static_cast<double>(kPictureWidth) / first.width, static_cast<double>(kHighestPicture) / first.height);
   const int width = kPictureWidth;
   const int height = std::max(1, static_cast<int>(std::lround(first.height * scale)));
   const int columns = std::min(kColumns, static_cast<int>(frames.size()));
@@ -116,11 +116,10 @@ void WriteContactSheet(const std::vector<TimedFrame>& frames, const std::string&
     PaintScaled(context.get(), picture.get(), x + (width - picture_width) / 2, y, picture_width, height);
 
     cairo_set_source_rgb(context.get(), 0.92, 0.93, 0.94);
-    PaintText(context.get(), SecondsText(frames[i].seconds), x + width / 2.0, y + height + kLineHeight,
-              width);
+    PaintText(context.get(), SecondsText(frames[i].seconds), x + width / 2.0, y + height + kLineHeight, width);
     cairo_set_source_rgb(context.get(), 0.68, 0.70, 0.73);
-    PaintText(context.get(), OrientationText(frames[i].orientation), x + width / 2.0,
-              y + height + 2 * kLineHeight, width);
+    PaintText(context.get(), OrientationText(frames[i].orientation), x + width / 2.0, y + height + 2 * kLineHeight,
+              width);
   }
   WriteSurface(sheet.get(), path);
 }

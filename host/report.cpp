@@ -28,10 +28,10 @@ std::string ReportText(const RunFigures& figures) {
       figures.seconds > 0 ? static_cast<double>(figures.frames_drawn) / figures.seconds : 0.0;
   const LatencyRecord& latency = figures.orientation_latency;
 
-  std::string text = "Ran for " + Rounded(figures.seconds, 1) + " s at " + std::to_string(figures.width) +
-                     "x" + std::to_string(figures.height) + ":\n";
-  text += Line("frames drawn",
-               std::to_string(figures.frames_drawn) + ", " + Rounded(frames_per_second, 1) + " per second");
+  std::string text = "Ran for " + Rounded(figures.seconds, 1) + " s at " + std::to_string(figures.width) + "x" +
+                     std::to_string(figures.height) + ":\n";
+  text +=
+      Line("frames drawn", std::to_string(figures.frames_drawn) + ", " + Rounded(frames_per_second, 1) + " per second");
   text += Line("frames fetched", std::to_string(figures.frames_fetched));
   text += Line("commands sent", std::to_string(figures.commands_sent));
   text += Line("command latency", latency.count() == 0
@@ -44,17 +44,15 @@ std::string ReportText(const RunFigures& figures) {
   if (!figures.files) return text;
 
   const Recorder::Files& files = *figures.files;
-  text += Line("files written", files.stills.front() +
-                                    (files.stills.size() > 1 ? " to " + files.stills.back() : std::string()));
+  text += Line("files written",
+               files.stills.front() + (files.stills.size() > 1 ? " to " + files.stills.back() : std::string()));
   text += Line("", files.contact_sheet);
-  text +=
-      Line("", files.animation + (files.animation_cut_off
-                                      ? " (the first " + Rounded(Animation::kLongest_s, 0) + " s of the run)"
-                                      : std::string()));
+  text += Line("", files.animation + (files.animation_cut_off
+                                          ? " (the first " + Rounded(Animation::kLongest_s, 0) + " s of the run)"
+                                          : std::string()));
   if (!figures.log_path.empty()) text += Line("", figures.log_path + " (the plug-in's own lines)");
   if (files.frames_left_out > 0) {
-    text +=
-        Line("left out", std::to_string(files.frames_left_out) + " frames that the encoder had no time for");
+    text += Line("left out", std::to_string(files.frames_left_out) + " frames that the encoder had no time for");
   }
   return text;
 }

@@ -66,18 +66,15 @@ void EndRunOnInterrupt() {
 void MakeOutFolder(const std::string& folder) {
   std::error_code error;
   std::filesystem::create_directories(folder, error);
-  if (!error && !std::filesystem::is_directory(folder))
-    error = std::make_error_code(std::errc::not_a_directory);
-  if (!error && access(folder.c_str(), W_OK | X_OK) != 0)
-    error = std::error_code(errno, std::generic_category());
+  if (!error && !std::filesystem::is_directory(folder)) error = std::make_error_code(std::errc::not_a_directory);
+  if (!error && access(folder.c_str(), W_OK | X_OK) != 0) error = std::error_code(errno, std::generic_category());
   if (error) throw HostError("cannot write into the folder " + folder + ": " + error.message());
 }
 
 std::unique_ptr<Window> OpenWindow(const Options& options, const std::string& title) {
   // SDL would fall back to drivers that show nothing.
   if (!DisplayPresent() && std::getenv("SDL_VIDEODRIVER") == nullptr) {
-    throw HostError(
-        "cannot open a window: neither DISPLAY nor WAYLAND_DISPLAY is set; --headless needs no display");
+    throw HostError("cannot open a window: neither DISPLAY nor WAYLAND_DISPLAY is set; --headless needs no display");
   }
   return std::make_unique<Window>(title, options.width, options.height);
 }
@@ -169,10 +166,10 @@ void Runner::Run() {
   } else {
     MakeOutFolder(options_.out);
     if (!options_.verbose) console_.DivertOthersTo(options_.out + "/plugin.log");
-    recorder_ = std::make_unique<Recorder>(
-        options_.out, static_cast<size_t>(options_.frames),
-        static_cast<size_t>(options_.width) * static_cast<size_t>(options_.height) * 4,
-        [this](const std::string& path) { console_.Out("First picture: " + path + '\n'); });
+    recorder_ =
+        std::make_unique<Recorder>(options_.out, static_cast<size_t>(options_.frames),
+                                   static_cast<size_t>(options_.width) * static_cast<size_t>(options_.height) * 4,
+                                   [this](const std::string& path) { console_.Out("First picture: " + path + '\n'); });
   }
   const RegisterPluginFunction register_plugin =
       LoadPlugin(options_.plugin.empty() ? DefaultPluginPath() : options_.plugin);
@@ -275,14 +272,11 @@ bool Runner::ServeWindow() {
   while (const std::optional<Window::Action> action = window_->TakeAction()) {
     const Angles base = options_.base.value_or(Angles());
     switch (*action) {
-      case Window::Action::kQuit:
-        return false;
+      case Window::Action::kQuit: return false;
       case Window::Action::kStraighten:
         session_->viewer().SetBaseRotation(BaseThatStraightens(exchange_.orientation(), base));
         break;
-      case Window::Action::kReset:
-        session_->viewer().SetBaseRotation(base);
-        break;
+      case Window::Action::kReset: session_->viewer().SetBaseRotation(base); break;
     }
   }
   if (const std::shared_ptr<const Frame> frame = exchange_.TakeFrame()) window_->Show(*frame);
@@ -290,8 +284,7 @@ bool Runner::ServeWindow() {
 }
 
 bool Runner::AtEnd(Clock::time_point now) {
-  const auto longest_wait =
-      std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(options_.wait_s));
+  const auto longest_wait = std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(options_.wait_s));
   const uint64_t fetched = session_->embedder().frames_fetched();
   // However short the run, it has a picture.
   if (now >= deadline_ && (fetched > 0 || now >= deadline_ + longest_wait)) return true;
@@ -312,9 +305,8 @@ void Runner::ShowProgress(Clock::time_point now) {
   char figures[160];
   char length[40] = "";
   if (length_s_) std::snprintf(length, sizeof(length), " of %.1f s", *length_s_);
-  std::snprintf(figures, sizeof(figures), "%.1f s%s, %llu frames (%.1f per second), %llu commands, ", seconds,
-                length, static_cast<unsigned long long>(frames),
-                seconds > 0 ? static_cast<double>(frames) / seconds : 0.0,
+  std::snprintf(figures, sizeof(figures), "%.1f s%s, %llu frames (%.1f per second), %llu commands, ", seconds, length,
+                static_cast<unsigned long long>(frames), seconds > 0 ? static_cast<double>(frames) / seconds : 0.0,
                 static_cast<unsigned long long>(session_->viewer().commands_sent()));
   console_.Progress(figures + orientation);
   if (window_) {
@@ -345,8 +337,8 @@ void Runner::Report(std::optional<Recorder::Files> files) {
 void Runner::CheckReport() {
   const int error = console_.out_error();
   if (error == 0) return;
-  const std::string lost = std::string("the report is lost") +
-                           (recorder_ ? "; the pictures are in " + options_.out : std::string());
+  const std::string lost =
+      std::string("the report is lost") + (recorder_ ? "; the pictures are in " + options_.out : std::string());
   if (error != EPIPE && !(error == EIO && g_interrupted)) {
     throw HostError(std::string("cannot write to standard output: ") + std::strerror(error) + "; " + lost);
   }

@@ -40,9 +40,8 @@ void Session::SetUp(const Options& options) {
     viewer_.LoadModel(options.model);
   } catch (const CommandError& error) {
     if (error.code() != "LOAD_FAILED" && !error.left_by_exception()) throw;
-    throw HostError("cannot load the model " + options.model + ": " +
-                    ModelTrouble(options.model, error.message()) + " (" + error.code() +
-                    (error.code().empty() ? "" : ": ") + error.message() + ")");
+    throw HostError("cannot load the model " + options.model + ": " + ModelTrouble(options.model, error.message()) +
+                    " (" + error.code() + (error.code().empty() ? "" : ": ") + error.message() + ")");
   }
   load_model_latency_ = viewer_.last_latency();
 

@@ -79,9 +79,7 @@ void Viewer::StopRendering() { InvokeForTrue("stopRendering"); }
 
 void Viewer::Dispose() { InvokeForTrue("dispose"); }
 
-void Viewer::SetCameraDistance(double distance) {
-  InvokeForTrue("setCameraDistance", {{"distance", distance}});
-}
+void Viewer::SetCameraDistance(double distance) { InvokeForTrue("setCameraDistance", {{"distance", distance}}); }
 
 void Viewer::SetModelScale(double scale) { InvokeForTrue("setModelScale", {{"scale", scale}}); }
 
@@ -101,9 +99,8 @@ void Viewer::SetOrientation(const Orientation& orientation) {
 
 EncodableValue Viewer::Invoke(const std::string& command, EncodableMap arguments) {
   const auto& codec = flutter::StandardMethodCodec::GetInstance();
-  const std::unique_ptr<std::vector<uint8_t>> message =
-      codec.EncodeMethodCall(flutter::MethodCall<EncodableValue>(
-          command, arguments.empty() ? nullptr : std::make_unique<EncodableValue>(std::move(arguments))));
+  const std::unique_ptr<std::vector<uint8_t>> message = codec.EncodeMethodCall(flutter::MethodCall<EncodableValue>(
+      command, arguments.empty() ? nullptr : std::make_unique<EncodableValue>(std::move(arguments))));
 
   ++commands_sent_;
   std::optional<std::vector<uint8_t>> reply;

@@ -42,8 +42,7 @@ struct SdlLibrary {
 };
 
 SdlTexture MakeGround(SDL_Renderer* renderer, int width, int height) {
-  SdlTexture ground(
-      SDL_CreateTexture(renderer, SDL_PIXELFORMAT_RGBA32, SDL_TEXTUREACCESS_STATIC, width, height));
+  SdlTexture ground(SDL_CreateTexture(renderer, SDL_PIXELFORMAT_RGBA32, SDL_TEXTUREACCESS_STATIC, width, height));
   if (!ground) Fail();
   std::vector<Uint8> pixels;
   pixels.reserve(static_cast<size_t>(width) * static_cast<size_t>(height) * 4);
@@ -69,16 +68,16 @@ struct Window::Sdl {
 };
 
 Window::Window(const std::string& title, int width, int height) : sdl_(std::make_unique<Sdl>()) {
-  sdl_->window.reset(SDL_CreateWindow(title.c_str(), SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, width,
-                                      height, SDL_WINDOW_RESIZABLE));
+  sdl_->window.reset(SDL_CreateWindow(title.c_str(), SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, width, height,
+                                      SDL_WINDOW_RESIZABLE));
   if (!sdl_->window) Fail();
   sdl_->renderer.reset(SDL_CreateRenderer(sdl_->window.get(), -1, SDL_RENDERER_SOFTWARE));
   if (!sdl_->renderer) Fail();
   // Keeps the shape when the window is resized.
   if (SDL_RenderSetLogicalSize(sdl_->renderer.get(), width, height) != 0) Fail();
   sdl_->ground = MakeGround(sdl_->renderer.get(), width, height);
-  sdl_->picture.reset(SDL_CreateTexture(sdl_->renderer.get(), SDL_PIXELFORMAT_RGBA32,
-                                        SDL_TEXTUREACCESS_STREAMING, width, height));
+  sdl_->picture.reset(
+      SDL_CreateTexture(sdl_->renderer.get(), SDL_PIXELFORMAT_RGBA32, SDL_TEXTUREACCESS_STREAMING, width, height));
   if (!sdl_->picture || SDL_SetTextureBlendMode(sdl_->picture.get(), SDL_BLENDMODE_BLEND) != 0) Fail();
   const std::vector<Uint8> nothing(static_cast<size_t>(width) * static_cast<size_t>(height) * 4);
   if (SDL_UpdateTexture(sdl_->picture.get(), nullptr, nothing.data(), width * 4) != 0) Fail();
@@ -95,14 +94,10 @@ std::optional<Window::Action> Window::TakeAction() {
     if (event.type != SDL_KEYDOWN || event.key.repeat != 0) continue;
     switch (event.key.keysym.sym) {
       case SDLK_ESCAPE:
-      case SDLK_q:
-        return Action::kQuit;
-      case SDLK_SPACE:
-        return Action::kStraighten;
-      case SDLK_r:
-        return Action::kReset;
-      default:
-        break;
+      case SDLK_q: return Action::kQuit;
+      case SDLK_SPACE: return Action::kStraighten;
+      case SDLK_r: return Action::kReset;
+      default: break;
     }
   }
   return std::nullopt;

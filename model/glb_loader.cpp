@@ -83,8 +83,8 @@ std::string parse_string_field(std::string_view text, std::string_view key) {
 }
 
 struct ArrayScan {
-  size_t object_count = 0;      // objects begun directly in the array, up to where the scan stopped
-  std::string_view object;      // the wanted one, braces included; empty when the array has no such object
+  size_t object_count = 0;  // objects begun directly in the array, up to where the scan stopped
+  std::string_view object;  // the wanted one, braces included; empty when the array has no such object
 };
 
 // Scans the array whose "[" is at `bracket` for its object number `index`, or to its end when there is none.
@@ -232,7 +232,7 @@ struct AccessorInfo {
 
 // All zero for an accessor without a view: its data is then taken from the start of the BIN chunk.
 struct BufferViewInfo {
-  int buffer = 0;         // never used: there is one BIN chunk
+  int buffer = 0;  // never used: there is one BIN chunk
   size_t byteOffset = 0;
   size_t byteLength = 0;  // never used: what counts is that the data lies in the BIN chunk
   size_t byteStride = 0;
@@ -278,14 +278,12 @@ struct ElementRange {
 
 bool check_inside(const BinChunk& bin, const ElementRange& range, const char* attribute, std::string* log) {
   if (range.end() <= bin.size) return true;
-  append(log, std::string("fail: ") + attribute + " outside BIN: needs bytes " + std::to_string(range.offset) +
-                  " to " + std::to_string(range.end()) + " of " + std::to_string(bin.size) + "\n");
+  append(log, std::string("fail: ") + attribute + " outside BIN: needs bytes " + std::to_string(range.offset) + " to " +
+                  std::to_string(range.end()) + " of " + std::to_string(bin.size) + "\n");
   return false;
 }
 
-bool is_float_vec3(const AccessorInfo& accessor) {
-  return accessor.componentType == kFloat && accessor.type == "VEC3";
-}
+bool is_float_vec3(const AccessorInfo& accessor) { return accessor.componentType == kFloat && accessor.type == "VEC3"; }
 
 // Copies an accessor of three floats per vertex.
 //
@@ -331,8 +329,8 @@ template <typename Stored>
   return false;
 }
 
-bool copy_indices(const BinChunk& bin, const AccessorInfo& accessor, const BufferViewInfo& view,
-                  size_t vertex_count, std::vector<uint32_t>& out, std::string* log) {
+bool copy_indices(const BinChunk& bin, const AccessorInfo& accessor, const BufferViewInfo& view, size_t vertex_count,
+                  std::vector<uint32_t>& out, std::string* log) {
   switch (accessor.componentType) {
     case kUnsignedInt: return copy_indices_as<uint32_t>(bin, accessor, view, vertex_count, out, log);
     case kUnsignedShort: return copy_indices_as<uint16_t>(bin, accessor, view, vertex_count, out, log);
@@ -394,8 +392,7 @@ Vec3 cross(const Vec3& a, const Vec3& b) {
 
 // Decodes the first primitive of mesh number `mesh_index`. False: a message in `log`, or none where an accessor
 // is missing.
-bool load_mesh_primitive(std::string_view json, const BinChunk& bin, int mesh_index, MeshData& mesh,
-                         std::string* log) {
+bool load_mesh_primitive(std::string_view json, const BinChunk& bin, int mesh_index, MeshData& mesh, std::string* log) {
   mesh = MeshData();
 
   std::string mesh_text;
@@ -444,8 +441,7 @@ bool load_mesh_primitive(std::string_view json, const BinChunk& bin, int mesh_in
   const BufferViewInfo position_view = read_buffer_view(json, position_accessor.bufferView);
   const BufferViewInfo normal_view =
       has_normals ? read_buffer_view(json, normal_accessor.bufferView) : BufferViewInfo();
-  const BufferViewInfo index_view =
-      has_indices ? read_buffer_view(json, index_accessor.bufferView) : BufferViewInfo();
+  const BufferViewInfo index_view = has_indices ? read_buffer_view(json, index_accessor.bufferView) : BufferViewInfo();
 
   const size_t vertex_count = position_accessor.count;
   if (!is_float_vec3(position_accessor) || vertex_count == 0) {

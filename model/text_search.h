@@ -47,8 +47,8 @@ inline uint64_t bits_where(ComparisonAt comparison_at) {
   // Each character's bit in its byte, then neighbours added up until eight of them share a byte.
   const uint8x16_t bit = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
   const auto bits = [=](Vector result) { return reinterpret_cast<uint8x16_t>(result) & bit; };
-  const uint8x16_t pairs = vpaddq_u8(vpaddq_u8(bits(results[0]), bits(results[1])),
-                                     vpaddq_u8(bits(results[2]), bits(results[3])));
+  const uint8x16_t pairs =
+      vpaddq_u8(vpaddq_u8(bits(results[0]), bits(results[1])), vpaddq_u8(bits(results[2]), bits(results[3])));
   return vgetq_lane_u64(vreinterpretq_u64_u8(vpaddq_u8(pairs, pairs)), 0);
 #else
   uint64_t bits = 0;

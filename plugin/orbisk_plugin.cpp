@@ -101,8 +101,7 @@ void DrawFrame(OrbiskState& state) {
   const ModelFit fit = FitModel(state.model);
   const Quaternion orientation = {state.quat_x, state.quat_y, state.quat_z, state.quat_w};
   const Matrix4 model = ModelMatrix(orientation, fit.scale * state.model_scale, fit.center);
-  const Matrix4 view =
-      ViewMatrix({state.base_roll, state.base_pitch, state.base_yaw}, state.camera_distance);
+  const Matrix4 view = ViewMatrix({state.base_roll, state.base_pitch, state.base_yaw}, state.camera_distance);
   renderer.setMVP(ProjectionMatrix() * (view * model));
   renderer.setModel(model);
   renderer.setLighting(0.5f, 0.7f, 1.0f, 1.0f, 1.0f, 1.0f);
@@ -126,8 +125,7 @@ void AnnounceFrame(const OrbiskState& state, int iteration) {
   if (!state.disposed && registrar != nullptr && texture_id >= 0) {
     registrar->texture_registrar()->MarkTextureFrameAvailable(texture_id);
   } else if (iteration <= kLastIterationToWarn) {
-    Log("WARNING: Cannot mark texture - registrar=", registrar != nullptr ? "OK" : "NULL",
-        " texture_id=", texture_id);
+    Log("WARNING: Cannot mark texture - registrar=", registrar != nullptr ? "OK" : "NULL", " texture_id=", texture_id);
   }
 }
 
@@ -230,8 +228,8 @@ const FlutterDesktopPixelBuffer* CopyPixelBuffer(OrbiskState* state) {
   return state->pixel_buffer.get();
 }
 
-// The texture objects of states that are gone. Never destroyed: the engine asks a texture for frames for as long as it has
-// an identifier for it, and those of earlier "createTexture" commands are never unregistered.
+// The texture objects of states that are gone. Never destroyed: the engine asks a texture for frames for as long as it
+// has an identifier for it, and those of earlier "createTexture" commands are never unregistered.
 std::vector<std::unique_ptr<flutter::TextureVariant>>& TexturesLeftToEngine() {
   static auto* const textures = new std::vector<std::unique_ptr<flutter::TextureVariant>>();
   return *textures;
@@ -303,8 +301,7 @@ bool TakeQuaternion(const MethodCall& call, MethodResult& result, Quaternion& qu
 
 // Roll, pitch and yaw, in degrees.
 bool TakeAngles(const MethodCall& call, MethodResult& result, std::array<double, 3>& angles) {
-  return TakeDoubles<3>(call, result, {"roll", "pitch", "yaw"}, "Missing 'roll', 'pitch', or 'yaw' parameter",
-                        angles);
+  return TakeDoubles<3>(call, result, {"roll", "pitch", "yaw"}, "Missing 'roll', 'pitch', or 'yaw' parameter", angles);
 }
 
 EulerDegrees Narrow(const std::array<double, 3>& angles) {
@@ -344,10 +341,9 @@ void OrbiskPlugin::RegisterWithRegistrar(flutter::PluginRegistrar* registrar) {
   const auto channel = std::make_unique<flutter::MethodChannel<EncodableValue>>(
       registrar->messenger(), "orbisk", &flutter::StandardMethodCodec::GetInstance());
   auto plugin = std::make_unique<OrbiskPlugin>();
-  channel->SetMethodCallHandler(
-      [plugin = plugin.get()](const MethodCall& call, std::unique_ptr<MethodResult> result) {
-        plugin->HandleMethodCall(call, std::move(result));
-      });
+  channel->SetMethodCallHandler([plugin = plugin.get()](const MethodCall& call, std::unique_ptr<MethodResult> result) {
+    plugin->HandleMethodCall(call, std::move(result));
+  });
   Registrations().push_back({plugin.get(), registrar});
   registrar->AddPlugin(std::move(plugin));
 }
@@ -506,8 +502,8 @@ void LogLoadedModel(const GLBModel& model, const std::string& path, const std::s
     const int triangles = static_cast<int>(mesh.indices.size() / 3);
     total_vertices += vertices;
     total_triangles += triangles;
-    Log("  Mesh ", i, ": vertices=", vertices, " triangles=", triangles, " color=(", mesh.color[0], ",",
-        mesh.color[1], ",", mesh.color[2], ")");
+    Log("  Mesh ", i, ": vertices=", vertices, " triangles=", triangles, " color=(", mesh.color[0], ",", mesh.color[1],
+        ",", mesh.color[2], ")");
   }
   Log("Total vertices: ", total_vertices);
   Log("Total triangles: ", total_triangles);
@@ -679,14 +675,12 @@ void OrbiskPlugin::SetBaseQuaternion(const MethodCall& call, std::unique_ptr<Met
     g_viewer_state->base_pitch = angles.pitch;
     g_viewer_state->base_yaw = angles.yaw;
   }
-  Log("Base quaternion set to: x=", quaternion.x, " y=", quaternion.y, " z=", quaternion.z,
-      " w=", quaternion.w);
+  Log("Base quaternion set to: x=", quaternion.x, " y=", quaternion.y, " z=", quaternion.z, " w=", quaternion.w);
   result->Success(EncodableValue(true));
 }
 
 }  // namespace
 
 void OrbiskPluginRegisterWithRegistrar(FlutterDesktopPluginRegistrar* registrar) {
-  OrbiskPlugin::RegisterWithRegistrar(
-      flutter::PluginRegistrarManager::GetInstance()->GetRegistrar(registrar));
+  OrbiskPlugin::RegisterWithRegistrar(flutter::PluginRegistrarManager::GetInstance()->GetRegistrar(registrar));
 }

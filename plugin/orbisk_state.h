@@ -15,9 +15,9 @@
 
 struct OrbiskState;
 
-/// The way from a registered texture to the viewer. The engine may take it for as long as the texture is registered, and a
-/// moment longer, because unregistering does not wait: longer than the viewer may live. So textures keep it, and whoever
-/// destroys the viewer closes it first.
+/// The way from a registered texture to the viewer. The engine may take it for as long as the texture is registered,
+/// and a moment longer, because unregistering does not wait: longer than the viewer may live. So textures keep it, and
+/// whoever destroys the viewer closes it first.
 class ViewerPath {
  public:
   explicit ViewerPath(OrbiskState* state) : state_(state) {}
@@ -58,7 +58,7 @@ struct OrbiskState {
   std::unique_ptr<EGLRenderer> renderer;
   // Outlives "dispose", and the state: the engine may still ask it for a frame.
   std::unique_ptr<flutter::TextureVariant> texture;
-  std::shared_ptr<ViewerPath> texture_path;  // what `texture` asks
+  std::shared_ptr<ViewerPath> texture_path;                       // what `texture` asks
   std::unique_ptr<FlutterDesktopPixelBuffer> spare_pixel_buffer;  // never filled
   // What the engine copies frames from. `buffer` is an array of `width * height * 4` bytes made with new[]; only
   // "dispose" takes it back, so that a destroyed state takes no pixels away from an engine that still copies them.

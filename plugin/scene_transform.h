@@ -42,8 +42,8 @@ inline EulerDegrees QuaternionToEuler(const Quaternion& q) {
   EulerDegrees angles;
   angles.roll = degrees(std::atan2(2.0f * (q.x * q.w + q.y * q.z), 1.0f - 2.0f * (q.x * q.x + q.y * q.y)));
   const float sine_of_pitch = 2.0f * (q.y * q.w - q.x * q.z);
-  angles.pitch = std::abs(sine_of_pitch) >= 1.0f ? std::copysign(90.0f, sine_of_pitch)
-                                                 : degrees(std::asin(sine_of_pitch));
+  angles.pitch =
+      std::abs(sine_of_pitch) >= 1.0f ? std::copysign(90.0f, sine_of_pitch) : degrees(std::asin(sine_of_pitch));
   angles.yaw = degrees(std::atan2(2.0f * (q.z * q.w + q.x * q.y), 1.0f - 2.0f * (q.y * q.y + q.z * q.z)));
   return angles;
 }
@@ -176,10 +176,8 @@ inline Matrix4 ViewMatrix(const EulerDegrees& base, float camera_distance) {
 /// A fixed perspective: 60 degrees from top to bottom, 4:3, from 0.1 to 100. A texture of another shape shows the
 /// model stretched.
 inline Matrix4 ProjectionMatrix() {
-  return MatrixFromRows({{{1.2990382f, 0, 0, 0},
-                          {0, 1.7320509f, 0, 0},
-                          {0, 0, -1.002002f, -0.2002002f},
-                          {0, 0, -1, 0}}});
+  return MatrixFromRows(
+      {{{1.2990382f, 0, 0, 0}, {0, 1.7320509f, 0, 0}, {0, 0, -1.002002f, -0.2002002f}, {0, 0, -1, 0}}});
 }
 
 #endif  // PLUGIN_SCENE_TRANSFORM_H_

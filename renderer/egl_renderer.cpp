@@ -202,9 +202,7 @@ bool EGLRenderer::makeContextCurrent() {
   return true;
 }
 
-void EGLRenderer::releaseContext() {
-  eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
-}
+void EGLRenderer::releaseContext() { eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT); }
 
 void EGLRenderer::cleanup() {
   // clang-format off
@@ -305,8 +303,7 @@ bool EGLRenderer::loadShaders(const char* vertexSource, const char* fragmentSour
   lightDirLoc_ = glGetUniformLocation(program_, "u_lightDir");
   objectColorLoc_ = glGetUniformLocation(program_, "u_objectColor");
   LogProgress("Attribute locations - position: ", positionLoc_, ", normal: ", normalLoc_);
-  LogProgress("Uniform locations - mvp: ", mvpLoc_, ", lightDir: ", lightDirLoc_,
-              ", objectColor: ", objectColorLoc_);
+  LogProgress("Uniform locations - mvp: ", mvpLoc_, ", lightDir: ", lightDirLoc_, ", objectColor: ", objectColorLoc_);
   return true;
 }
 
@@ -328,9 +325,7 @@ void EGLRenderer::setMVP(const Matrix4& m) { glUniformMatrix4fv(mvpLoc_, 1, GL_F
 
 void EGLRenderer::setModel(const Matrix4&) {}
 
-void EGLRenderer::setLighting(float x, float y, float z, float, float, float) {
-  glUniform3f(lightDirLoc_, x, y, z);
-}
+void EGLRenderer::setLighting(float x, float y, float z, float, float, float) { glUniform3f(lightDirLoc_, x, y, z); }
 
 void EGLRenderer::setObjectColor(float r, float g, float b) { glUniform3f(objectColorLoc_, r, g, b); }
 

@@ -28,8 +28,8 @@ constexpr size_t FrameByteCount(int width, int height, int bytes_per_pixel) {
 }
 
 /// Draws flat-coloured, lit triangle meshes with OpenGL ES 2 into an offscreen framebuffer or an X11 window, and
-/// reads frames back. Surface and context are its own. The EGL display need not be: offscreen it is the default one where
-/// there is one, which the whole process shares, and `cleanup` terminates it for all.
+/// reads frames back. Surface and context are its own. The EGL display need not be: offscreen it is the default one
+/// where there is one, which the whole process shares, and `cleanup` terminates it for all.
 ///
 /// Use: `initialize` once, `loadShaders`, `releaseContext`; then `makeContextCurrent` on the thread that draws, and
 /// for every frame `beginFrame`, `setMVP`, `setLighting`, per mesh `setObjectColor` and `renderMesh`, `endFrame`,

@@ -94,8 +94,7 @@ typedef const FlutterDesktopGpuSurfaceDescriptor* (*FlutterDesktopGpuSurfaceText
                                                                                              size_t height,
                                                                                              void* user_data);
 typedef const FlutterDesktopEGLImage* (*FlutterDesktopEGLImageTextureCallback)(size_t width, size_t height,
-                                                                               void* egl_display,
-                                                                               void* egl_context,
+                                                                               void* egl_display, void* egl_context,
                                                                                void* user_data);
 
 typedef struct {
@@ -133,11 +132,11 @@ FlutterDesktopTextureRegistrarRef FlutterDesktopRegistrarGetTextureRegistrar(
 void FlutterDesktopPluginRegistrarSetDestructionHandler(FlutterDesktopPluginRegistrarRef registrar,
                                                         FlutterDesktopOnPluginRegistrarDestroyed callback);
 
-bool FlutterDesktopMessengerSend(FlutterDesktopMessengerRef messenger, const char* channel,
-                                 const uint8_t* message, size_t message_size);
+bool FlutterDesktopMessengerSend(FlutterDesktopMessengerRef messenger, const char* channel, const uint8_t* message,
+                                 size_t message_size);
 bool FlutterDesktopMessengerSendWithReply(FlutterDesktopMessengerRef messenger, const char* channel,
-                                          const uint8_t* message, size_t message_size,
-                                          FlutterDesktopBinaryReply reply, void* user_data);
+                                          const uint8_t* message, size_t message_size, FlutterDesktopBinaryReply reply,
+                                          void* user_data);
 void FlutterDesktopMessengerSendResponse(FlutterDesktopMessengerRef messenger,
                                          const FlutterDesktopMessageResponseHandle* handle, const uint8_t* data,
                                          size_t data_length);

@@ -115,8 +115,7 @@ TEST_F(BinaryMessengerTest, MessageOfNoBytesReachesTheHandler) {
 }
 
 TEST_F(BinaryMessengerTest, ReplyOfANullPointerStaysOne) {
-  messenger_.SetMessageHandler("down",
-                               [](const uint8_t*, size_t, const BinaryReply& reply) { reply(nullptr, 0); });
+  messenger_.SetMessageHandler("down", [](const uint8_t*, size_t, const BinaryReply& reply) { reply(nullptr, 0); });
   const fakes::Reply reply = embedder_.Deliver("down", {1});
   EXPECT_TRUE(reply.answered());
   EXPECT_EQ(reply.bytes(), std::nullopt);

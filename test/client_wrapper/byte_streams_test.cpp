@@ -50,8 +50,7 @@ TEST_F(ByteBufferStreamReaderTest, ReadByteAtTheEndReportsAndGivesZeroEachTime) 
   reader.ReadByte();
   uint8_t first = 1;
   uint8_t second = 1;
-  EXPECT_EQ(StderrOf([&] { first = reader.ReadByte(), second = reader.ReadByte(); }),
-            RepeatLine(2, kInvalidRead));
+  EXPECT_EQ(StderrOf([&] { first = reader.ReadByte(), second = reader.ReadByte(); }), RepeatLine(2, kInvalidRead));
   EXPECT_EQ(first, 0);
   EXPECT_EQ(second, 0);
 }

@@ -105,8 +105,7 @@ TEST(CodecExtensionTest, OtherTypesStayAsTheyAre) {
 TEST(CodecExtensionTest, MethodCodecCarriesTheCustomTypeInCalls) {
   const auto& codec = StandardMethodCodec::GetInstance(&Serializer());
   const EncodableValue track = TrackValue();
-  const Bytes call_bytes =
-      *codec.EncodeMethodCall(MethodCall<>("go", std::make_unique<EncodableValue>(track)));
+  const Bytes call_bytes = *codec.EncodeMethodCall(MethodCall<>("go", std::make_unique<EncodableValue>(track)));
   EXPECT_EQ(call_bytes, (Bytes{7, 2, 'g', 'o', 128, 2, 'u', 'p', 1, 0, 0, 0, 0, 0, 0x80, 0x3F}));
 
   const auto call = codec.DecodeMethodCall(call_bytes.data(), call_bytes.size());
@@ -131,12 +130,10 @@ TEST(CodecExtensionTest, MethodCodecCarriesTheCustomTypeInAnswers) {
 
 TEST(CodecExtensionTest, EachSerializerHasItsOwnCodecAndAlwaysTheSame) {
   static const TrackSerializer other;  // lives as long as its codecs
-  EXPECT_EQ(&StandardMessageCodec::GetInstance(&Serializer()),
-            &StandardMessageCodec::GetInstance(&Serializer()));
+  EXPECT_EQ(&StandardMessageCodec::GetInstance(&Serializer()), &StandardMessageCodec::GetInstance(&Serializer()));
   EXPECT_NE(&StandardMessageCodec::GetInstance(&Serializer()), &StandardMessageCodec::GetInstance(&other));
   EXPECT_NE(&StandardMessageCodec::GetInstance(&Serializer()), &StandardMessageCodec::GetInstance());
-  EXPECT_EQ(&StandardMethodCodec::GetInstance(&Serializer()),
-            &StandardMethodCodec::GetInstance(&Serializer()));
+  EXPECT_EQ(&StandardMethodCodec::GetInstance(&Serializer()), &StandardMethodCodec::GetInstance(&Serializer()));
   EXPECT_NE(&StandardMethodCodec::GetInstance(&Serializer()), &StandardMethodCodec::GetInstance(&other));
   EXPECT_NE(&StandardMethodCodec::GetInstance(&Serializer()), &StandardMethodCodec::GetInstance());
 }

@@ -103,21 +103,17 @@ TEST(EmbedderLayoutTest, FunctionsHaveTheirSignatures) {
   using Handle = const FlutterDesktopMessageResponseHandle*;
   EXPECT_TRUE(HasType<Messenger(Registrar)>(FlutterDesktopPluginRegistrarGetMessenger));
   EXPECT_TRUE(HasType<Textures(Registrar)>(FlutterDesktopRegistrarGetTextureRegistrar));
-  EXPECT_TRUE(
-      HasType<void(Registrar, void (*)(Registrar))>(FlutterDesktopPluginRegistrarSetDestructionHandler));
+  EXPECT_TRUE(HasType<void(Registrar, void (*)(Registrar))>(FlutterDesktopPluginRegistrarSetDestructionHandler));
   EXPECT_TRUE(HasType<bool(Messenger, const char*, const uint8_t*, size_t)>(FlutterDesktopMessengerSend));
   EXPECT_TRUE(
-      (HasType<bool(Messenger, const char*, const uint8_t*, size_t, void (*)(const uint8_t*, size_t, void*),
-                    void*)>(FlutterDesktopMessengerSendWithReply)));
-  EXPECT_TRUE(
-      (HasType<void(Messenger, Handle, const uint8_t*, size_t)>(FlutterDesktopMessengerSendResponse)));
-  EXPECT_TRUE(
-      (HasType<void(Messenger, const char*, void (*)(Messenger, const FlutterDesktopMessage*, void*), void*)>(
-          FlutterDesktopMessengerSetCallback)));
+      (HasType<bool(Messenger, const char*, const uint8_t*, size_t, void (*)(const uint8_t*, size_t, void*), void*)>(
+          FlutterDesktopMessengerSendWithReply)));
+  EXPECT_TRUE((HasType<void(Messenger, Handle, const uint8_t*, size_t)>(FlutterDesktopMessengerSendResponse)));
+  EXPECT_TRUE((HasType<void(Messenger, const char*, void (*)(Messenger, const FlutterDesktopMessage*, void*), void*)>(
+      FlutterDesktopMessengerSetCallback)));
   EXPECT_TRUE((HasType<int64_t(Textures, const FlutterDesktopTextureInfo*)>(
       FlutterDesktopTextureRegistrarRegisterExternalTexture)));
-  EXPECT_TRUE(
-      (HasType<bool(Textures, int64_t)>(FlutterDesktopTextureRegistrarMarkExternalTextureFrameAvailable)));
+  EXPECT_TRUE((HasType<bool(Textures, int64_t)>(FlutterDesktopTextureRegistrarMarkExternalTextureFrameAvailable)));
   EXPECT_TRUE((HasType<void(Textures, int64_t, void (*)(void*), void*)>(
       FlutterDesktopTextureRegistrarUnregisterExternalTexture)));
 }

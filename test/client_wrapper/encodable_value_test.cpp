@@ -160,8 +160,7 @@ TEST(EncodableValueTest, OrderOfMapsGoesByTheFirstKeyOrValueThatDiffers) {
   EXPECT_LT(EncodableValue(EncodableMap{{1, "z"}}), EncodableValue(EncodableMap{{2, "a"}}));
   EXPECT_LT(EncodableValue(EncodableMap{{1, "a"}, {2, "z"}}), EncodableValue(EncodableMap{{1, "b"}}));
   EXPECT_LT(EncodableValue(EncodableMap{{1, "a"}}), EncodableValue(EncodableMap{{1, "a"}, {2, "a"}}));
-  EXPECT_LT(EncodableValue(EncodableMap{{1, EncodableMap{}}}),
-            EncodableValue(EncodableMap{{1, EncodableMap{{1, 1}}}}));
+  EXPECT_LT(EncodableValue(EncodableMap{{1, EncodableMap{}}}), EncodableValue(EncodableMap{{1, EncodableMap{{1, 1}}}}));
 }
 
 /// What the operators make of two values: "<" where that one is true, and so on.

@@ -18,9 +18,7 @@ using ::testing::IsEmpty;
 /// The C interface as a plug-in calls it, with no wrapper between.
 class FakeEmbedderTest : public ::testing::Test {
  protected:
-  FlutterDesktopMessengerRef Messenger() {
-    return FlutterDesktopPluginRegistrarGetMessenger(embedder_.registrar());
-  }
+  FlutterDesktopMessengerRef Messenger() { return FlutterDesktopPluginRegistrarGetMessenger(embedder_.registrar()); }
   FlutterDesktopTextureRegistrarRef Textures() {
     return FlutterDesktopRegistrarGetTextureRegistrar(embedder_.registrar());
   }
@@ -59,8 +57,7 @@ using FakeEmbedderDeathTest = FakeEmbedderTest;
 TEST_F(FakeEmbedderTest, IsLoadedUnderTheRealLibrarysName) {
   void* const library = dlopen("libflutter_elinux_x11.so", RTLD_NOW | RTLD_NOLOAD);
   ASSERT_NE(library, nullptr) << dlerror();
-  EXPECT_EQ(dlsym(library, "FlutterDesktopMessengerSend"),
-            reinterpret_cast<void*>(&FlutterDesktopMessengerSend));
+  EXPECT_EQ(dlsym(library, "FlutterDesktopMessengerSend"), reinterpret_cast<void*>(&FlutterDesktopMessengerSend));
   dlclose(library);
 }
 
@@ -73,11 +70,9 @@ TEST_F(FakeEmbedderTest, MessageArrivesAsTheEmbeddersRecord) {
     Bytes bytes;
     FlutterDesktopMessengerRef messenger;
   } seen = {};
-  const auto see = [](FlutterDesktopMessengerRef messenger, const FlutterDesktopMessage* message,
-                      void* user_data) {
+  const auto see = [](FlutterDesktopMessengerRef messenger, const FlutterDesktopMessage* message, void* user_data) {
     *static_cast<Seen*>(user_data) = {message->struct_size, message->channel,
-                                      Bytes(message->message, message->message + message->message_size),
-                                      messenger};
+                                      Bytes(message->message, message->message + message->message_size), messenger};
   };
   FlutterDesktopMessengerSetCallback(Messenger(), "down", see, &seen);
   EXPECT_TRUE(embedder_.Deliver("down", {1, 2, 3}).delivered());
@@ -152,9 +147,8 @@ TEST_F(FakeEmbedderTest, CallsAreKeptInOrderWithTheirThreads) {
   marking.join();
   FlutterDesktopTextureRegistrarUnregisterExternalTexture(textures, id, nullptr, nullptr);
 
-  EXPECT_THAT(embedder_.call_texts(),
-              ElementsAre("TextureRegistrarMarkExternalTextureFrameAvailable(1)",
-                          "TextureRegistrarUnregisterExternalTexture(1, null, null)"));
+  EXPECT_THAT(embedder_.call_texts(), ElementsAre("TextureRegistrarMarkExternalTextureFrameAvailable(1)",
+                                                  "TextureRegistrarUnregisterExternalTexture(1, null, null)"));
   EXPECT_THAT(embedder_.call_texts_without_marks(),
               ElementsAre("TextureRegistrarUnregisterExternalTexture(1, null, null)"));
   EXPECT_EQ(embedder_.calls()[0].thread, marking_id);
@@ -211,8 +205,7 @@ TEST_F(FakeEmbedderTest, MarksAreCountedAndAwaited) {
   EXPECT_FALSE(embedder_.WaitForMarks(id, 1, std::chrono::milliseconds(1)));
 
   int hooked = 0;
-  embedder_.SetMarkHook(
-      [&](int64_t marked_id) { hooked += marked_id == id ? embedder_.texture(id).marks : 100; });
+  embedder_.SetMarkHook([&](int64_t marked_id) { hooked += marked_id == id ? embedder_.texture(id).marks : 100; });
   std::thread marking([&] {
     for (int i = 0; i < 3; ++i) FlutterDesktopTextureRegistrarMarkExternalTextureFrameAvailable(textures, id);
   });
@@ -225,10 +218,9 @@ TEST_F(FakeEmbedderTest, MarksAreCountedAndAwaited) {
 // ---- The registrar's end ------------------------------------------------------------------------
 
 TEST_F(FakeEmbedderTest, DestroyingTheRegistrarRunsItsHandlerOnceWhileTheMessengerWorks) {
-  FlutterDesktopPluginRegistrarSetDestructionHandler(
-      embedder_.registrar(), [](FlutterDesktopPluginRegistrarRef of) {
-        FlutterDesktopMessengerSend(FlutterDesktopPluginRegistrarGetMessenger(of), "last words", nullptr, 0);
-      });
+  FlutterDesktopPluginRegistrarSetDestructionHandler(embedder_.registrar(), [](FlutterDesktopPluginRegistrarRef of) {
+    FlutterDesktopMessengerSend(FlutterDesktopPluginRegistrarGetMessenger(of), "last words", nullptr, 0);
+  });
   KeepHandles();
   embedder_.DestroyRegistrar();
   embedder_.DestroyRegistrar();
@@ -263,8 +255,8 @@ TEST_F(FakeEmbedderTest, ComplainsOfAnAnswerToAnUnknownMessage) {
   FakeEmbedder other;
   KeepHandles();
   embedder_.Deliver("down", {});
-  FlutterDesktopMessengerSendResponse(FlutterDesktopPluginRegistrarGetMessenger(other.registrar()), handle_,
-                                      nullptr, 0);
+  FlutterDesktopMessengerSendResponse(FlutterDesktopPluginRegistrarGetMessenger(other.registrar()), handle_, nullptr,
+                                      0);
   EXPECT_THAT(embedder_.complaints(), ElementsAre("MessengerSendResponse: unknown message"));
   EXPECT_THAT(other.complaints(), ElementsAre("MessengerSendResponse: unknown message"));
 }
@@ -318,11 +310,11 @@ TEST_F(FakeEmbedderTest, ComplainsOfNullsWhereThereMayBeNone) {
   EXPECT_EQ(FlutterDesktopTextureRegistrarRegisterExternalTexture(Textures(), nullptr), -1);
   const FlutterDesktopTextureInfo no_callback = {};
   EXPECT_EQ(FlutterDesktopTextureRegistrarRegisterExternalTexture(Textures(), &no_callback), -1);
-  EXPECT_THAT(embedder_.complaints(),
-              ElementsAre("MessengerSetCallback: null channel name", "MessengerSend: null data of 3 bytes",
-                          "MessengerSendWithReply: null reply callback",
-                          "TextureRegistrarRegisterExternalTexture: null record",
-                          "TextureRegistrarRegisterExternalTexture: null callback"));
+  EXPECT_THAT(
+      embedder_.complaints(),
+      ElementsAre("MessengerSetCallback: null channel name", "MessengerSend: null data of 3 bytes",
+                  "MessengerSendWithReply: null reply callback", "TextureRegistrarRegisterExternalTexture: null record",
+                  "TextureRegistrarRegisterExternalTexture: null callback"));
 }
 
 TEST_F(FakeEmbedderTest, ComplainsOfAGpuSurfaceRecordOfAnotherSize) {
@@ -351,8 +343,7 @@ TEST_F(FakeEmbedderDeathTest, ComplaintThatNobodyReadEndsTheProgram) {
   EXPECT_DEATH(
       {
         const FakeEmbedder other;
-        FlutterDesktopMessengerSend(FlutterDesktopPluginRegistrarGetMessenger(other.registrar()), nullptr,
-                                    nullptr, 0);
+        FlutterDesktopMessengerSend(FlutterDesktopPluginRegistrarGetMessenger(other.registrar()), nullptr, nullptr, 0);
       },
       "^Complaints of a FakeEmbedder that its test did not look at:\nMessengerSend: null channel name\n(qemu: .*\n)?$");
 }

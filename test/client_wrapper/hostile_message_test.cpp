@@ -98,10 +98,9 @@ TEST_P(HostileClaimTest, SizeBeyondTheMessageAllocatesNothingLikeIt) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, HostileClaimTest,
-                         ::testing::Values(ClaimCase{"TypeFive", 5}, ClaimCase{"String", 7},
-                                           ClaimCase{"Uint8List", 8}, ClaimCase{"Int32List", 9},
-                                           ClaimCase{"Int64List", 10}, ClaimCase{"DoubleList", 11},
-                                           ClaimCase{"List", 12}, ClaimCase{"Map", 13},
+                         ::testing::Values(ClaimCase{"TypeFive", 5}, ClaimCase{"String", 7}, ClaimCase{"Uint8List", 8},
+                                           ClaimCase{"Int32List", 9}, ClaimCase{"Int64List", 10},
+                                           ClaimCase{"DoubleList", 11}, ClaimCase{"List", 12}, ClaimCase{"Map", 13},
                                            ClaimCase{"FloatList", 14}),
                          CaseName());
 
@@ -167,8 +166,7 @@ TEST(HostileMessageTest, ListInsideAThousandOthersIsReadAsNull) {
 }
 
 TEST(HostileMessageTest, ListsSideBySideDoNotAddToTheDepth) {
-  const EncodableValue value(
-      EncodableList(2000, EncodableValue(EncodableList{EncodableValue(EncodableMap{})})));
+  const EncodableValue value(EncodableList(2000, EncodableValue(EncodableList{EncodableValue(EncodableMap{})})));
   const Measured measured = DecodeMeasured(Encode(value));
   EXPECT_EQ(*measured.value, value);
   EXPECT_EQ(measured.errors, "");
@@ -176,20 +174,19 @@ TEST(HostileMessageTest, ListsSideBySideDoNotAddToTheDepth) {
 
 // Padded values among them: whether they are skipped rightly shows in what is read after them.
 TEST(HostileMessageTest, ValuesOfEveryKindInAListTooDeepAreSkipped) {
-  const EncodableValue every_kind(
-      EncodableList{{},
-                    true,
-                    int32_t{1},
-                    int64_t{2},
-                    3.0,
-                    "four",
-                    std::vector<uint8_t>{5},
-                    std::vector<int32_t>{6},
-                    std::vector<int64_t>{7},
-                    std::vector<double>{8.0},
-                    EncodableList{9.0, EncodableList{}},
-                    EncodableMap{{"ten", EncodableMap{{1.0, "x"}}}, {"eleven", {}}},
-                    std::vector<float>{12.0f}});
+  const EncodableValue every_kind(EncodableList{{},
+                                                true,
+                                                int32_t{1},
+                                                int64_t{2},
+                                                3.0,
+                                                "four",
+                                                std::vector<uint8_t>{5},
+                                                std::vector<int32_t>{6},
+                                                std::vector<int64_t>{7},
+                                                std::vector<double>{8.0},
+                                                EncodableList{9.0, EncodableList{}},
+                                                EncodableMap{{"ten", EncodableMap{{1.0, "x"}}}, {"eleven", {}}},
+                                                std::vector<float>{12.0f}});
   const Bytes bytes = Encode(EncodableList{NestedLists(999, every_kind), 1.5, "after"});
   const Measured measured = DecodeMeasured(bytes);
   EXPECT_EQ(*measured.value, EncodableValue(EncodableList{NestedLists(999, EncodableValue()), 1.5, "after"}));
@@ -252,8 +249,7 @@ TEST_P(HostileNestTest, PrefixesNeitherCrashNorThrow) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Nests, HostileNestTest,
-                         ::testing::Values(NestCase{"Lists", {12, 1}, {}},
-                                           NestCase{"MapsAsValues", {13, 1, 0}, {}},
+                         ::testing::Values(NestCase{"Lists", {12, 1}, {}}, NestCase{"MapsAsValues", {13, 1, 0}, {}},
                                            NestCase{"MapsAsKeys", {13, 1}, {0}},
                                            NestCase{"MapsWithPaddedKeys", {13, 1, 0, 12, 1}, {}}),
                          CaseName());

@@ -86,8 +86,8 @@ struct Decoded {
 
 inline Decoded Decode(const Bytes& bytes) {
   Decoded decoded;
-  decoded.errors = StderrOf(
-      [&] { decoded.value = std::move(*flutter::StandardMessageCodec::GetInstance().DecodeMessage(bytes)); });
+  decoded.errors =
+      StderrOf([&] { decoded.value = std::move(*flutter::StandardMessageCodec::GetInstance().DecodeMessage(bytes)); });
   return decoded;
 }
 

@@ -82,8 +82,7 @@ TEST_F(MethodChannelTest, EmptyMessageIsAnUndecodableCall) {
 
 TEST_F(MethodChannelTest, HandlerStaysInstalledWithoutTheChannel) {
   {
-    const MethodChannel<> passing(registrar_.messenger(),
-                                  "a channel with a name too long for the string itself",
+    const MethodChannel<> passing(registrar_.messenger(), "a channel with a name too long for the string itself",
                                   &StandardMethodCodec::GetInstance());
     passing.SetMethodCallHandler(SucceedAndNote());
   }
@@ -156,8 +155,7 @@ TEST_F(MethodChannelTest, HandlerThatKeepsAndDropsTheResultLogsTheWarningAndRepl
   channel_.SetMethodCallHandler(
       [&](const MethodCall<>&, std::unique_ptr<MethodResult<>> result) { kept = std::move(result); });
   EXPECT_EQ(StderrOf([&] { embedder_.Deliver("down", kCallGo); }), "");
-  EXPECT_EQ(StderrOf([&] { kept = nullptr; }),
-            "Warning: Failed to respond to a message. This is a memory leak.\n");
+  EXPECT_EQ(StderrOf([&] { kept = nullptr; }), "Warning: Failed to respond to a message. This is a memory leak.\n");
   EXPECT_FALSE(embedder_.last_reply().answered());
 }
 

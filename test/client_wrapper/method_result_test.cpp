@@ -53,10 +53,9 @@ TEST(MethodResultTest, AnswersReachTheImplementationAsTheyAre) {
   result.Error("E", "m", value);
   result.NotImplemented();
   const std::string text = ::testing::PrintToString(value);
-  EXPECT_THAT(
-      result.answers(),
-      ElementsAre("success", "success " + text, "success " + ::testing::PrintToString(EncodableValue()),
-                  "error E, ", "error E, m", "error E, m, " + text, "not implemented"));
+  EXPECT_THAT(result.answers(),
+              ElementsAre("success", "success " + text, "success " + ::testing::PrintToString(EncodableValue()),
+                          "error E, ", "error E, m", "error E, m, " + text, "not implemented"));
 }
 
 // ---- ReplyManager -------------------------------------------------------------------------------
@@ -140,8 +139,7 @@ TEST(ReplyManagerTest, CallbackIsThereUntilItReturnsAndMayBeCalledFromWithin) {
 
 TEST(ReplyManagerTest, DyingUnansweredWarnsAndDestroysTheCallbackUncalled) {
   const auto calls = std::make_shared<int>(0);
-  EXPECT_EQ(StderrOf([&] { const ReplyManager manager([calls](const uint8_t*, size_t) { ++*calls; }); }),
-            kUnanswered);
+  EXPECT_EQ(StderrOf([&] { const ReplyManager manager([calls](const uint8_t*, size_t) { ++*calls; }); }), kUnanswered);
   EXPECT_EQ(*calls, 0);
   EXPECT_EQ(calls.use_count(), 1);
 }

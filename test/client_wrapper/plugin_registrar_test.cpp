@@ -39,8 +39,7 @@ class PluginRegistrarTest : public EmbedderTest {};
 
 TEST_F(PluginRegistrarTest, ConstructionFetchesMessengerAndTextureRegistrar) {
   const PluginRegistrar registrar(embedder_.registrar());
-  EXPECT_THAT(embedder_.call_texts(),
-              ElementsAre("PluginRegistrarGetMessenger()", "RegistrarGetTextureRegistrar()"));
+  EXPECT_THAT(embedder_.call_texts(), ElementsAre("PluginRegistrarGetMessenger()", "RegistrarGetTextureRegistrar()"));
 }
 
 TEST_F(PluginRegistrarTest, MessengerAndTexturesAreTheEmbedders) {
@@ -50,8 +49,7 @@ TEST_F(PluginRegistrarTest, MessengerAndTexturesAreTheEmbedders) {
   TextureVariant texture{flutter::PixelBufferTexture([](size_t, size_t) { return nullptr; })};
   EXPECT_EQ(registrar.texture_registrar()->RegisterTexture(&texture), 1);
   EXPECT_THAT(embedder_.call_texts(),
-              ElementsAre("MessengerSend(\"up\", null)",
-                          "TextureRegistrarRegisterExternalTexture(pixel buffer) = 1"));
+              ElementsAre("MessengerSend(\"up\", null)", "TextureRegistrarRegisterExternalTexture(pixel buffer) = 1"));
 }
 
 TEST_F(PluginRegistrarTest, PluginsLiveUntilTheyAreCleared) {
@@ -78,9 +76,8 @@ TEST_F(PluginRegistrarTest, PluginsMayUseMessengerAndTexturesUntilTheirEnd) {
     }));
     embedder_.ClearCalls();
   }
-  EXPECT_THAT(embedder_.call_texts(),
-              ElementsAre("MessengerSetCallback(\"down\", null, null)",
-                          "TextureRegistrarUnregisterExternalTexture(1, null, null)"));
+  EXPECT_THAT(embedder_.call_texts(), ElementsAre("MessengerSetCallback(\"down\", null, null)",
+                                                  "TextureRegistrarUnregisterExternalTexture(1, null, null)"));
 }
 
 // ---- PluginRegistrarManager ---------------------------------------------------------------------
@@ -96,9 +93,8 @@ TEST_F(PluginRegistrarManagerTest, IsTheSameObjectEachTime) {
 
 TEST_F(PluginRegistrarManagerTest, FirstRequestMakesAWrapperAndSetsTheDestructionHandler) {
   EXPECT_NE(manager_->GetRegistrar(embedder_.registrar()), nullptr);
-  EXPECT_THAT(embedder_.call_texts(),
-              ElementsAre("PluginRegistrarGetMessenger()", "RegistrarGetTextureRegistrar()",
-                          "PluginRegistrarSetDestructionHandler(callback)"));
+  EXPECT_THAT(embedder_.call_texts(), ElementsAre("PluginRegistrarGetMessenger()", "RegistrarGetTextureRegistrar()",
+                                                  "PluginRegistrarSetDestructionHandler(callback)"));
 }
 
 TEST_F(PluginRegistrarManagerTest, LaterRequestsGiveTheSameWrapperAndSetTheDestructionHandlerAgain) {
@@ -106,17 +102,16 @@ TEST_F(PluginRegistrarManagerTest, LaterRequestsGiveTheSameWrapperAndSetTheDestr
   embedder_.ClearCalls();
   EXPECT_EQ(manager_->GetRegistrar(embedder_.registrar()), wrapper);
   // The wrapper that is made and dropped has fetched its two handles first.
-  EXPECT_THAT(embedder_.call_texts(),
-              ElementsAre("PluginRegistrarGetMessenger()", "RegistrarGetTextureRegistrar()",
-                          "PluginRegistrarSetDestructionHandler(callback)"));
+  EXPECT_THAT(embedder_.call_texts(), ElementsAre("PluginRegistrarGetMessenger()", "RegistrarGetTextureRegistrar()",
+                                                  "PluginRegistrarSetDestructionHandler(callback)"));
 }
 
 TEST_F(PluginRegistrarManagerTest, LaterRequestsLeavePluginsAndHandlersInPlace) {
   PluginRegistrar* const wrapper = manager_->GetRegistrar(embedder_.registrar());
   bool destroyed = false;
   wrapper->AddPlugin(PluginThat([&] { destroyed = true; }));
-  wrapper->messenger()->SetMessageHandler(
-      "down", [](const uint8_t*, size_t, const BinaryReply& reply) { reply(nullptr, 0); });
+  wrapper->messenger()->SetMessageHandler("down",
+                                          [](const uint8_t*, size_t, const BinaryReply& reply) { reply(nullptr, 0); });
   manager_->GetRegistrar(embedder_.registrar());
   EXPECT_FALSE(destroyed);
   EXPECT_TRUE(embedder_.Deliver("down", {}).answered());

@@ -1,5 +1,5 @@
-// The embedder may report a registrar's end while the program exits, when what is static has been destroyed: the manager
-// must still be there, with the plug-in. A program of its own, so that nothing has made the manager before.
+// The embedder may report a registrar's end while the program exits, when what is static has been destroyed: the
+// manager must still be there, with the plug-in. A program of its own, so that nothing has made the manager before.
 
 #include <unistd.h>
 

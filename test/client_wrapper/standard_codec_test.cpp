@@ -140,11 +140,7 @@ std::vector<SizedKind> SizedKinds() {
   return {
       {"String", [](size_t size) { return EncodableValue(std::string(size, 'a')); }, 7, 1, {'a'}},
       {"Uint8List", [](size_t size) { return EncodableValue(std::vector<uint8_t>(size, 9)); }, 8, 1, {9}},
-      {"Int32List",
-       [](size_t size) { return EncodableValue(std::vector<int32_t>(size, 9)); },
-       9,
-       4,
-       {9, 0, 0, 0}},
+      {"Int32List", [](size_t size) { return EncodableValue(std::vector<int32_t>(size, 9)); }, 9, 4, {9, 0, 0, 0}},
       {"Int64List",
        [](size_t size) { return EncodableValue(std::vector<int64_t>(size, 9)); },
        10,
@@ -413,8 +409,8 @@ class MinimalReader : public flutter::ByteStreamReader {
 };
 
 TEST(StandardCodecTest, StreamThatCannotTellWhatIsLeftIsReadAllTheSame) {
-  const EncodableValue value = List({"text", std::vector<double>{1.0, 2.0}, List({true, List({})}),
-                                     Map({{"a", Map({{"b", int32_t{1}}})}}), 1.0});
+  const EncodableValue value = List(
+      {"text", std::vector<double>{1.0, 2.0}, List({true, List({})}), Map({{"a", Map({{"b", int32_t{1}}})}}), 1.0});
   MinimalReader reader(Encode(value));
   EXPECT_EQ(StandardCodecSerializer::GetInstance().ReadValue(&reader), value);
 }
@@ -455,8 +451,7 @@ TEST(StandardCodecTest, DecodingAPointerAndASizeReadsNoFurther) {
   const Bytes bytes = {7, 2, 'a', 'b'};
   const auto& codec = StandardMessageCodec::GetInstance();
   EXPECT_EQ(*codec.DecodeMessage(bytes.data(), bytes.size()), EncodableValue("ab"));
-  EXPECT_EQ(StderrOf([&] { EXPECT_EQ(*codec.DecodeMessage(bytes.data(), 3), EncodableValue("")); }),
-            kInvalidRead);
+  EXPECT_EQ(StderrOf([&] { EXPECT_EQ(*codec.DecodeMessage(bytes.data(), 3), EncodableValue("")); }), kInvalidRead);
 }
 
 TEST(StandardCodecTest, ReadValueOfTypeReadsWhatFollowsTheTypeByte) {

@@ -50,8 +50,7 @@ TEST(MethodCallTest, OwnsItsArguments) {
 }
 
 TEST(StandardMethodCodecTest, CallEncodesItsNameThenItsArguments) {
-  EXPECT_EQ(*Codec().EncodeMethodCall(MethodCall<>("go", Owned(int32_t{5}))),
-            (Bytes{7, 2, 'g', 'o', 3, 5, 0, 0, 0}));
+  EXPECT_EQ(*Codec().EncodeMethodCall(MethodCall<>("go", Owned(int32_t{5}))), (Bytes{7, 2, 'g', 'o', 3, 5, 0, 0, 0}));
 }
 
 TEST(StandardMethodCodecTest, CallWithoutArgumentsEncodesANull) {
@@ -87,10 +86,9 @@ TEST(StandardMethodCodecTest, CallAlignsItsArgumentsFromItsFirstByte) {
 }
 
 TEST(StandardMethodCodecTest, CallWhoseNameIsNoStringDecodesToNothingWithALine) {
-  const Bytes names[] = {
-      {0},          {1},          {3, 1, 0, 0, 0}, {4, 1, 0, 0, 0, 0, 0, 0, 0},
-      {8, 1, 'a'},  {12, 0},      {13, 0},         {6, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0},
-      {9, 0, 0, 0}, {14, 0, 0, 0}};
+  const Bytes names[] = {{0},          {1},          {3, 1, 0, 0, 0}, {4, 1, 0, 0, 0, 0, 0, 0, 0},
+                         {8, 1, 'a'},  {12, 0},      {13, 0},         {6, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+                         {9, 0, 0, 0}, {14, 0, 0, 0}};
   for (const Bytes& name : names) {
     SCOPED_TRACE(::testing::PrintToString(name));
     std::unique_ptr<MethodCall<>> call;
@@ -107,8 +105,8 @@ TEST(StandardMethodCodecTest, CallOfNoBytesDecodesToNothingWithTwoLines) {
 }
 
 TEST(StandardMethodCodecTest, EveryPrefixOfACallDecodesWithoutThrowing) {
-  const Bytes bytes = *Codec().EncodeMethodCall(
-      MethodCall<>("go", Owned(EncodableList{EncodableValue(1.0), EncodableValue("far")})));
+  const Bytes bytes =
+      *Codec().EncodeMethodCall(MethodCall<>("go", Owned(EncodableList{EncodableValue(1.0), EncodableValue("far")})));
   for (size_t size = 0; size < bytes.size(); ++size) {
     SCOPED_TRACE(size);
     std::unique_ptr<MethodCall<>> call;
@@ -144,8 +142,7 @@ TEST(StandardMethodCodecTest, ErrorWithCodeAloneEncodesTwoNullsAfterIt) {
 
 TEST(StandardMethodCodecTest, ErrorEncodesCodeMessageAndDetails) {
   const EncodableValue details(int32_t{5});
-  EXPECT_EQ(*Codec().EncodeErrorEnvelope("E", "m", &details),
-            (Bytes{1, 7, 1, 'E', 7, 1, 'm', 3, 5, 0, 0, 0}));
+  EXPECT_EQ(*Codec().EncodeErrorEnvelope("E", "m", &details), (Bytes{1, 7, 1, 'E', 7, 1, 'm', 3, 5, 0, 0, 0}));
 }
 
 TEST(StandardMethodCodecTest, ErrorWithDetailsAndNoMessageKeepsTheDetailsThird) {
@@ -156,8 +153,7 @@ TEST(StandardMethodCodecTest, ErrorWithDetailsAndNoMessageKeepsTheDetailsThird) 
 // ---- Decoding answers ---------------------------------------------------------------------------
 
 TEST(StandardMethodCodecTest, SuccessEnvelopeAnswersWithItsValue) {
-  EXPECT_THAT(AnswersOf({0, 7, 1, 'a'}),
-              ElementsAre("success " + ::testing::PrintToString(EncodableValue("a"))));
+  EXPECT_THAT(AnswersOf({0, 7, 1, 'a'}), ElementsAre("success " + ::testing::PrintToString(EncodableValue("a"))));
 }
 
 TEST(StandardMethodCodecTest, SuccessEnvelopeWithNullAnswersWithoutAValue) {

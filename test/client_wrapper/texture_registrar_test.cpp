@@ -54,8 +54,7 @@ TEST_F(TextureRegistrarTest, VirtualOperationsFollowTheDestructorInOrder) {
 
 TEST_F(TextureRegistrarTest, PixelBufferTextureRegistersWithItselfAsUserData) {
   EXPECT_EQ(textures_.RegisterTexture(&texture_), 1);
-  EXPECT_THAT(embedder_.call_texts(),
-              ElementsAre("TextureRegistrarRegisterExternalTexture(pixel buffer) = 1"));
+  EXPECT_THAT(embedder_.call_texts(), ElementsAre("TextureRegistrarRegisterExternalTexture(pixel buffer) = 1"));
   const FlutterDesktopTextureInfo info = embedder_.texture(1).info;
   EXPECT_EQ(info.type, kFlutterDesktopPixelBufferTexture);
   EXPECT_EQ(info.pixel_buffer_config.user_data, &std::get<PixelBufferTexture>(texture_));
@@ -74,8 +73,7 @@ TEST_F(TextureRegistrarTest, GpuSurfaceTextureRegistersWithSizeAndSurfaceType) {
   texture_ = GpuSurfaceTexture(kFlutterDesktopGpuSurfaceTypeD3d11Texture2D,
                                [](size_t, size_t) -> FlutterDesktopGpuSurfaceDescriptor* { return nullptr; });
   EXPECT_EQ(textures_.RegisterTexture(&texture_), 1);
-  EXPECT_THAT(embedder_.call_texts(),
-              ElementsAre("TextureRegistrarRegisterExternalTexture(GPU surface) = 1"));
+  EXPECT_THAT(embedder_.call_texts(), ElementsAre("TextureRegistrarRegisterExternalTexture(GPU surface) = 1"));
   const FlutterDesktopTextureInfo info = embedder_.texture(1).info;
   EXPECT_EQ(info.type, kFlutterDesktopGpuSurfaceTexture);
   EXPECT_EQ(info.gpu_surface_config.struct_size, 32u);
@@ -94,8 +92,7 @@ TEST_F(TextureRegistrarTest, GpuSurfaceCallbackPassesTheSizeAndReturnsTheDescrip
 }
 
 TEST_F(TextureRegistrarTest, EGLImageTextureRegistersWithItselfAsUserData) {
-  texture_ =
-      EGLImageTexture([](size_t, size_t, void*, void*) -> const FlutterDesktopEGLImage* { return nullptr; });
+  texture_ = EGLImageTexture([](size_t, size_t, void*, void*) -> const FlutterDesktopEGLImage* { return nullptr; });
   EXPECT_EQ(textures_.RegisterTexture(&texture_), 1);
   EXPECT_THAT(embedder_.call_texts(), ElementsAre("TextureRegistrarRegisterExternalTexture(EGL image) = 1"));
   const FlutterDesktopTextureInfo info = embedder_.texture(1).info;
@@ -108,8 +105,7 @@ TEST_F(TextureRegistrarTest, EGLImageCallbackPassesSizeDisplayAndContextAndRetur
   int display = 0;
   int context = 0;
   texture_ = EGLImageTexture([&](size_t width, size_t height, void* egl_display, void* egl_context) {
-    return width == 640 && height == 480 && egl_display == &display && egl_context == &context ? &image
-                                                                                               : nullptr;
+    return width == 640 && height == 480 && egl_display == &display && egl_context == &context ? &image : nullptr;
   });
   const auto config = embedder_.texture(textures_.RegisterTexture(&texture_)).info.egl_image_config;
   EXPECT_EQ(config.callback(640, 480, &display, &context, config.user_data), &image);
@@ -185,16 +181,14 @@ TEST_F(TextureRegistrarTest, UnregisterAloneNamesNoCallbackAndIsTrue) {
   const int64_t id = textures_.RegisterTexture(&texture_);
   embedder_.ClearCalls();
   EXPECT_TRUE(textures_.UnregisterTexture(id));
-  EXPECT_THAT(embedder_.call_texts(),
-              ElementsAre("TextureRegistrarUnregisterExternalTexture(1, null, null)"));
+  EXPECT_THAT(embedder_.call_texts(), ElementsAre("TextureRegistrarUnregisterExternalTexture(1, null, null)"));
 }
 
 TEST_F(TextureRegistrarTest, UnregisterWithAnEmptyCallbackNamesNoCallback) {
   const int64_t id = textures_.RegisterTexture(&texture_);
   embedder_.ClearCalls();
   textures_.UnregisterTexture(id, nullptr);
-  EXPECT_THAT(embedder_.call_texts(),
-              ElementsAre("TextureRegistrarUnregisterExternalTexture(1, null, null)"));
+  EXPECT_THAT(embedder_.call_texts(), ElementsAre("TextureRegistrarUnregisterExternalTexture(1, null, null)"));
 }
 
 TEST_F(TextureRegistrarTest, UnregisterCallbackRunsOnceWhenTheEngineLetsGoAndIsDestroyed) {
@@ -202,8 +196,7 @@ TEST_F(TextureRegistrarTest, UnregisterCallbackRunsOnceWhenTheEngineLetsGoAndIsD
   const auto calls = std::make_shared<int>(0);
   embedder_.ClearCalls();
   textures_.UnregisterTexture(id, [calls] { ++*calls; });
-  EXPECT_THAT(embedder_.call_texts(),
-              ElementsAre("TextureRegistrarUnregisterExternalTexture(1, callback, user data)"));
+  EXPECT_THAT(embedder_.call_texts(), ElementsAre("TextureRegistrarUnregisterExternalTexture(1, callback, user data)"));
   EXPECT_EQ(*calls, 0);
   EXPECT_EQ(calls.use_count(), 2);
 

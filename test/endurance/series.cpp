@@ -34,8 +34,8 @@ void RedirectOutput(std::FILE* errors) {
 }
 
 // What the child process does. The samples go through `samples` as they lie in memory.
-void RunAsChild(Series series, int steps, const std::function<std::unique_ptr<Subject>()>& make_subject,
-                int samples, std::FILE* errors) {
+void RunAsChild(Series series, int steps, const std::function<std::unique_ptr<Subject>()>& make_subject, int samples,
+                std::FILE* errors) {
   RedirectOutput(errors);
   const std::unique_ptr<Subject> subject = make_subject();
   int fewest_threads = std::numeric_limits<int>::max();

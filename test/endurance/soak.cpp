@@ -110,18 +110,21 @@ bool SoakAlone(const Options& options) {
 
   std::printf(
       "Frames follow each other at once: the sleeps that make them 33 ms long are left out. %d x %d pixels.\n"
-      "Allowed beyond the bare program: %ld kB of heap in a tenth of a series; resident, %ld kB and %ld %% of the bare\n"
-      "program's growth in all; no descriptor, no thread, no failed start. The bare program leaves its context current on\n"
+      "Allowed beyond the bare program: %ld kB of heap in a tenth of a series; resident, %ld kB and %ld %% of the "
+      "bare\n"
+      "program's growth in all; no descriptor, no thread, no failed start. The bare program leaves its context current "
+      "on\n"
       "the thread that ends, as the plug-in does.\n\n",
       endurance::kFrameSide, endurance::kFrameSide, endurance::kHeapToleranceKb, endurance::kResidentToleranceKb,
       endurance::kResidentTolerancePercent);
   bool good = true;
 
   std::printf("Cycles of create, load, start, frames, stop, dispose\n");
-  good &= Judge("cycles", {{"plug-in", run(endurance::OpenAndClose, options.cycles, plugin)},
-                           {"bare program", run(endurance::OpenAndClose, options.cycles, bare)},
-                           {"bare, releases the context on the thread",
-                            run(endurance::OpenAndClose, options.cycles, releasing)}});
+  good &=
+      Judge("cycles",
+            {{"plug-in", run(endurance::OpenAndClose, options.cycles, plugin)},
+             {"bare program", run(endurance::OpenAndClose, options.cycles, bare)},
+             {"bare, releases the context on the thread", run(endurance::OpenAndClose, options.cycles, releasing)}});
   std::printf("Starts and stops of one viewer\n");
   good &= Judge("restarts", {{"plug-in", run(endurance::StartAndStop, options.restarts, plugin)},
                              {"bare program", run(endurance::StartAndStop, options.restarts, bare)}});
@@ -141,7 +144,8 @@ bool CountFailedStartsBesideThreads(const Options& options) {
   const SubjectMaker bare = Bare(options, WhenThreadEnds::kLeaveCurrent);
 
   std::printf(
-      "Starts that bring no frame where another thread starts before each. A driver that finds the context current on the\n"
+      "Starts that bring no frame where another thread starts before each. A driver that finds the context current on "
+      "the\n"
       "drawing thread that has ended may refuse the next one.\n\n"
       "%-40s | %7s | %7s | %12s\n",
       "", "starts", "plug-in", "bare program");
@@ -154,7 +158,7 @@ bool CountFailedStartsBesideThreads(const Options& options) {
   report("stop, start of one viewer", endurance::StartAndStop, options.restarts);
   const int failures = report("dispose, create, load, start", endurance::OpenAndClose, options.cycles);
   std::printf("\n%s\n", failures == 0 ? "ok: a viewer made anew always starts (stop and start is not judged)"
-                                       : "FAILED: a viewer made anew does not always start");
+                                      : "FAILED: a viewer made anew does not always start");
   return failures == 0;
 }
 

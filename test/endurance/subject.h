@@ -34,12 +34,13 @@ std::unique_ptr<Subject> MakePluginSubject(const std::string& plugin_path, const
 /// What becomes of the context when the thread on which it is current ends.
 enum class WhenThreadEnds { kLeaveCurrent, kRelease };
 
-/// A program of EGL and OpenGL ES calls alone, those that the plug-in makes with this model: whatever it grows by is the
-/// driver's.
+/// A program of EGL and OpenGL ES calls alone, those that the plug-in makes with this model: whatever it grows by is
+/// the driver's.
 std::unique_ptr<Subject> MakeBareSubject(const std::string& model_path, WhenThreadEnds when_thread_ends);
 
 /// The same, in a process where another thread starts before each start and ends before each stop. It is likely to get
-/// the stack, and with it the thread-local storage, of the drawing thread that has ended; the next one then gets another.
+/// the stack, and with it the thread-local storage, of the drawing thread that has ended; the next one then gets
+/// another.
 std::unique_ptr<Subject> PutBesideIdleThread(std::unique_ptr<Subject> subject);
 
 }  // namespace endurance

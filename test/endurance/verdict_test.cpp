@@ -14,8 +14,8 @@ using ::testing::StartsWith;
 std::vector<Sample> Growing(ProcessFigures by) {
   std::vector<Sample> samples;
   for (int i = 1; i <= 10; ++i) {
-    samples.push_back({100 * i, 0, {80000 + i * by.resident_kb, 14000 + i * by.heap_kb, 7 + i * by.descriptors,
-                                    6 + i * by.threads}});
+    samples.push_back(
+        {100 * i, 0, {80000 + i * by.resident_kb, 14000 + i * by.heap_kb, 7 + i * by.descriptors, 6 + i * by.threads}});
   }
   return samples;
 }
@@ -52,7 +52,7 @@ TEST(SoakVerdictTest, EveryDescriptorAndThreadCounts) {
   ++plugin.back().figures.descriptors;
   ++plugin.back().figures.threads;
   EXPECT_THAT(Objections(plugin, bare), ElementsAre("descriptors more than at first: 1, at most 0 allowed",
-                                                      "threads more than at first: 1, at most 0 allowed"));
+                                                    "threads more than at first: 1, at most 0 allowed"));
   EXPECT_THAT(Objections(plugin, plugin), IsEmpty());
 }
 

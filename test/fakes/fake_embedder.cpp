@@ -75,9 +75,7 @@ namespace {
 
 std::string PointerText(bool is_null, const char* otherwise) { return is_null ? "null" : otherwise; }
 
-std::string ChannelText(const char* channel) {
-  return channel == nullptr ? "null" : '"' + std::string(channel) + '"';
-}
+std::string ChannelText(const char* channel) { return channel == nullptr ? "null" : '"' + std::string(channel) + '"'; }
 
 std::string DataText(const uint8_t* data, size_t size) {
   return data == nullptr ? "null" : std::to_string(size) + " bytes";
@@ -142,9 +140,7 @@ class FakeEmbedder::Impl {
   std::function<void(const Call&)> call_hook;
   mutable std::condition_variable marked;
 
-  void Complain(const std::string& function, const std::string& what) {
-    complaints.push_back(function + ": " + what);
-  }
+  void Complain(const std::string& function, const std::string& what) { complaints.push_back(function + ": " + what); }
 
   /// Notes a call, and complains of where and when it is made; false when there is nothing left to call.
   bool Enter(const std::string& function, const std::string& arguments, From from) {
@@ -182,13 +178,11 @@ class FakeEmbedder::Impl {
   bool Send(const char* function, const char* channel, const uint8_t* data, size_t size, bool wants_reply,
             FlutterDesktopBinaryReply reply, void* user_data) {
     const std::lock_guard lock(mutex);
-    if (!Enter(function, ChannelText(channel) + ", " + DataText(data, size), From::kPlatformThread))
-      return false;
+    if (!Enter(function, ChannelText(channel) + ", " + DataText(data, size), From::kPlatformThread)) return false;
     CheckChannel(function, channel);
     CheckData(function, data, size);
     if (wants_reply && reply == nullptr) Complain(function, "null reply callback");
-    sent.push_back(
-        {{channel == nullptr ? "" : channel, CopyData(data, size), wants_reply}, reply, user_data});
+    sent.push_back({{channel == nullptr ? "" : channel, CopyData(data, size), wants_reply}, reply, user_data});
     return true;
   }
 };
@@ -210,8 +204,7 @@ FakeEmbedder::~FakeEmbedder() {
   const std::lock_guard lock(impl_->mutex);
   if (impl_->complaints_read == impl_->complaints.size()) return;
   std::string unread = "Complaints of a FakeEmbedder that its test did not look at:\n";
-  for (size_t i = impl_->complaints_read; i < impl_->complaints.size(); ++i)
-    unread += impl_->complaints[i] + '\n';
+  for (size_t i = impl_->complaints_read; i < impl_->complaints.size(); ++i) unread += impl_->complaints[i] + '\n';
   std::fputs(unread.c_str(), stderr);
   std::abort();
 }
@@ -250,8 +243,7 @@ std::vector<std::string> FakeEmbedder::call_texts() const {
 std::vector<std::string> FakeEmbedder::call_texts_without_marks() const {
   std::vector<std::string> texts;
   for (Call& call : calls()) {
-    if (call.function != "TextureRegistrarMarkExternalTextureFrameAvailable")
-      texts.push_back(std::move(call.text));
+    if (call.function != "TextureRegistrarMarkExternalTextureFrameAvailable") texts.push_back(std::move(call.text));
   }
   return texts;
 }
@@ -311,8 +303,7 @@ void FakeEmbedder::ReplyToSent(size_t index, const std::optional<Bytes>& reply) 
     const std::lock_guard lock(impl_->mutex);
     if (index >= impl_->sent.size()) throw std::logic_error("no such message was sent");
     Impl::SentRecord& record = impl_->sent[index];
-    if (record.reply == nullptr || record.message.replied)
-      throw std::logic_error("the message awaits no reply");
+    if (record.reply == nullptr || record.message.replied) throw std::logic_error("the message awaits no reply");
     record.message.replied = true;
     callback = record.reply;
     user_data = record.user_data;
@@ -346,8 +337,7 @@ Texture FakeEmbedder::texture(int64_t id) const {
 
 const FlutterDesktopPixelBuffer* FakeEmbedder::FetchFrame(int64_t id, size_t width, size_t height) const {
   const Texture fetched = texture(id);
-  if (fetched.info.type != kFlutterDesktopPixelBufferTexture)
-    throw std::logic_error("not a pixel-buffer texture");
+  if (fetched.info.type != kFlutterDesktopPixelBufferTexture) throw std::logic_error("not a pixel-buffer texture");
   if (fetched.let_go) throw std::logic_error("the engine has let go of the texture");
   const FlutterDesktopPixelBufferTextureConfig& config = fetched.info.pixel_buffer_config;
   return config.callback(width, height, config.user_data);
@@ -415,24 +405,18 @@ std::shared_ptr<Impl> OwnerOf(Handle handle, const Handle Impl::*member, const c
 
 const char* TextureKind(const FlutterDesktopTextureInfo& info) {
   switch (info.type) {
-    case kFlutterDesktopPixelBufferTexture:
-      return "pixel buffer";
-    case kFlutterDesktopGpuSurfaceTexture:
-      return "GPU surface";
-    case kFlutterDesktopEGLImageTexture:
-      return "EGL image";
+    case kFlutterDesktopPixelBufferTexture: return "pixel buffer";
+    case kFlutterDesktopGpuSurfaceTexture: return "GPU surface";
+    case kFlutterDesktopEGLImageTexture: return "EGL image";
   }
   return "unknown kind";
 }
 
 bool HasCallback(const FlutterDesktopTextureInfo& info) {
   switch (info.type) {
-    case kFlutterDesktopPixelBufferTexture:
-      return info.pixel_buffer_config.callback != nullptr;
-    case kFlutterDesktopGpuSurfaceTexture:
-      return info.gpu_surface_config.callback != nullptr;
-    case kFlutterDesktopEGLImageTexture:
-      return info.egl_image_config.callback != nullptr;
+    case kFlutterDesktopPixelBufferTexture: return info.pixel_buffer_config.callback != nullptr;
+    case kFlutterDesktopGpuSurfaceTexture: return info.gpu_surface_config.callback != nullptr;
+    case kFlutterDesktopEGLImageTexture: return info.egl_image_config.callback != nullptr;
   }
   return false;
 }
@@ -441,8 +425,7 @@ bool HasCallback(const FlutterDesktopTextureInfo& info) {
 
 extern "C" {
 
-FlutterDesktopMessengerRef FlutterDesktopPluginRegistrarGetMessenger(
-    FlutterDesktopPluginRegistrarRef registrar) {
+FlutterDesktopMessengerRef FlutterDesktopPluginRegistrarGetMessenger(FlutterDesktopPluginRegistrarRef registrar) {
   const InsideAFake inside;
   const char* const function = "PluginRegistrarGetMessenger";
   const auto embedder = OwnerOf(registrar, &Impl::registrar, function);
@@ -469,12 +452,11 @@ void FlutterDesktopPluginRegistrarSetDestructionHandler(FlutterDesktopPluginRegi
   if (!embedder) return;
   const std::lock_guard lock(embedder->mutex);
   const std::string arguments = fakes::PointerText(callback == nullptr, "callback");
-  if (embedder->Enter(function, arguments, Impl::From::kPlatformThread))
-    embedder->destruction_handler = callback;
+  if (embedder->Enter(function, arguments, Impl::From::kPlatformThread)) embedder->destruction_handler = callback;
 }
 
-bool FlutterDesktopMessengerSend(FlutterDesktopMessengerRef messenger, const char* channel,
-                                 const uint8_t* message, size_t message_size) {
+bool FlutterDesktopMessengerSend(FlutterDesktopMessengerRef messenger, const char* channel, const uint8_t* message,
+                                 size_t message_size) {
   const InsideAFake inside;
   const char* const function = "MessengerSend";
   const auto embedder = OwnerOf(messenger, &Impl::messenger, function);
@@ -482,8 +464,8 @@ bool FlutterDesktopMessengerSend(FlutterDesktopMessengerRef messenger, const cha
 }
 
 bool FlutterDesktopMessengerSendWithReply(FlutterDesktopMessengerRef messenger, const char* channel,
-                                          const uint8_t* message, size_t message_size,
-                                          FlutterDesktopBinaryReply reply, void* user_data) {
+                                          const uint8_t* message, size_t message_size, FlutterDesktopBinaryReply reply,
+                                          void* user_data) {
   const InsideAFake inside;
   const char* const function = "MessengerSendWithReply";
   const auto embedder = OwnerOf(messenger, &Impl::messenger, function);
@@ -491,8 +473,8 @@ bool FlutterDesktopMessengerSendWithReply(FlutterDesktopMessengerRef messenger, 
 }
 
 void FlutterDesktopMessengerSendResponse(FlutterDesktopMessengerRef messenger,
-                                         const FlutterDesktopMessageResponseHandle* handle,
-                                         const uint8_t* data, size_t data_length) {
+                                         const FlutterDesktopMessageResponseHandle* handle, const uint8_t* data,
+                                         size_t data_length) {
   const InsideAFake inside;
   const char* const function = "MessengerSendResponse";
   const auto embedder = OwnerOf(messenger, &Impl::messenger, function);
@@ -535,15 +517,14 @@ void FlutterDesktopMessengerSetCallback(FlutterDesktopMessengerRef messenger, co
   if (callback != nullptr) embedder->callbacks[channel] = {callback, user_data};
 }
 
-int64_t FlutterDesktopTextureRegistrarRegisterExternalTexture(
-    FlutterDesktopTextureRegistrarRef texture_registrar, const FlutterDesktopTextureInfo* info) {
+int64_t FlutterDesktopTextureRegistrarRegisterExternalTexture(FlutterDesktopTextureRegistrarRef texture_registrar,
+                                                              const FlutterDesktopTextureInfo* info) {
   const InsideAFake inside;
   const char* const function = "TextureRegistrarRegisterExternalTexture";
   const auto embedder = OwnerOf(texture_registrar, &Impl::texture_registrar, function);
   if (!embedder) return -1;
   const std::lock_guard lock(embedder->mutex);
-  if (!embedder->Enter(function, info == nullptr ? "null" : TextureKind(*info), Impl::From::kAnyThread))
-    return -1;
+  if (!embedder->Enter(function, info == nullptr ? "null" : TextureKind(*info), Impl::From::kAnyThread)) return -1;
   int64_t id = -1;
   if (info == nullptr) {
     embedder->Complain(function, "null record");
@@ -551,8 +532,8 @@ int64_t FlutterDesktopTextureRegistrarRegisterExternalTexture(
     embedder->Complain(function, "null callback");
   } else if (info->type == kFlutterDesktopGpuSurfaceTexture &&
              info->gpu_surface_config.struct_size != sizeof(FlutterDesktopGpuSurfaceTextureConfig)) {
-    embedder->Complain(function, "a GPU surface record of " +
-                                     std::to_string(info->gpu_surface_config.struct_size) + " bytes");
+    embedder->Complain(function,
+                       "a GPU surface record of " + std::to_string(info->gpu_surface_config.struct_size) + " bytes");
   } else if (!embedder->refuse_textures) {
     id = embedder->next_texture_id++;
     embedder->textures[id].texture.info = *info;
@@ -581,9 +562,9 @@ bool FlutterDesktopTextureRegistrarMarkExternalTextureFrameAvailable(
   return true;
 }
 
-void FlutterDesktopTextureRegistrarUnregisterExternalTexture(
-    FlutterDesktopTextureRegistrarRef texture_registrar, int64_t texture_id,
-    void (*callback)(void* user_data), void* user_data) {
+void FlutterDesktopTextureRegistrarUnregisterExternalTexture(FlutterDesktopTextureRegistrarRef texture_registrar,
+                                                             int64_t texture_id, void (*callback)(void* user_data),
+                                                             void* user_data) {
   const InsideAFake inside;
   const char* const function = "TextureRegistrarUnregisterExternalTexture";
   const auto embedder = OwnerOf(texture_registrar, &Impl::texture_registrar, function);

@@ -1,8 +1,8 @@
 #ifndef TEST_FAKES_INSIDE_A_FAKE_H_
 #define TEST_FAKES_INSIDE_A_FAKE_H_
 
-// Where the calling thread is: in a fake or in what is tested. A test that counts allocations, or makes them fail, needs
-// to know whose they are.
+// Where the calling thread is: in a fake or in what is tested. A test that counts allocations, or makes them fail,
+// needs to know whose they are.
 
 #pragma GCC visibility push(default)
 namespace fakes {

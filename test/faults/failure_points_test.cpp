@@ -1,20 +1,20 @@
 // Everything that can fail under a command, failed one after the other: the first allocation, the second, ... until the
-// command gets through; the same with what a file read gives, and with each call of the graphics libraries. Each time the
-// command comes to what it is documented to come to, the viewer's lock is free, nothing is lost, and the next command
-// works.
+// command gets through; the same with what a file read gives, and with each call of the graphics libraries. Each time
+// the command comes to what it is documented to come to, the viewer's lock is free, nothing is lost, and the next
+// command works.
 
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <functional>
-#include <iostream>
 #include <exception>
 #include <filesystem>
+#include <functional>
+#include <iostream>
 #include <map>
 #include <new>
-#include <set>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <tuple>
 
@@ -132,18 +132,44 @@ void ViewerAtWork(Rig& rig) {
 const AllocationCase kAllocationCases[] = {
     {"createTexture", "createTexture", [](Rig&) {}, SmallTexture, "success ", {}},
     {"createTextureWhileFramesAreDrawn", "createTexture", ViewerAtWork, SmallTexture, "success ", {}},
-    {"createTextureThatFails", "createTexture", Viewer, [](const std::string&) { return Size(-5, 48); }, kInitFailed, {}},
-    {"loadModel", "loadModel", Viewer,
-     [](const std::string& folder) { return Map({{"modelPath", folder + "/model.glb"}}); },
-     "success true", {"error LOAD_FAILED: Failed to load model: "}},
-    {"loadModelWhileFramesAreDrawn", "loadModel", ViewerAtWork,
-     [](const std::string& folder) { return Map({{"modelPath", folder + "/model.glb"}}); },
-     "success true", {"error LOAD_FAILED: Failed to load model: "}},
-    {"loadModelOfTheSecondPath", "loadModel", Viewer,
-     [](const std::string& folder) { return Map({{"modelPath", "data/flutter_assets/" + folder + "/model.glb"}}); },
-     "success true", {"error LOAD_FAILED: Failed to load model: "}},
-    {"loadModelThatFails", "loadModel", Viewer, [](const std::string&) { return Map({{"modelPath", "nowhere"}}); },
-     "error LOAD_FAILED: Failed to load model: fail: read file\nfail: read file\n", {}},
+    {"createTextureThatFails",
+     "createTexture",
+     Viewer,
+     [](const std::string&) { return Size(-5, 48); },
+     kInitFailed,
+     {}},
+    {"loadModel",
+     "loadModel",
+     Viewer,
+     [](const std::string& folder) {
+       return Map({{"modelPath", folder + "/model.glb"}});
+     },
+     "success true",
+     {"error LOAD_FAILED: Failed to load model: "}},
+    {"loadModelWhileFramesAreDrawn",
+     "loadModel",
+     ViewerAtWork,
+     [](const std::string& folder) {
+       return Map({{"modelPath", folder + "/model.glb"}});
+     },
+     "success true",
+     {"error LOAD_FAILED: Failed to load model: "}},
+    {"loadModelOfTheSecondPath",
+     "loadModel",
+     Viewer,
+     [](const std::string& folder) {
+       return Map({{"modelPath", "data/flutter_assets/" + folder + "/model.glb"}});
+     },
+     "success true",
+     {"error LOAD_FAILED: Failed to load model: "}},
+    {"loadModelThatFails",
+     "loadModel",
+     Viewer,
+     [](const std::string&) {
+       return Map({{"modelPath", "nowhere"}});
+     },
+     "error LOAD_FAILED: Failed to load model: fail: read file\nfail: read file\n",
+     {}},
     {"startRendering", "startRendering", Viewer, NoArguments, "success true", {}},
     {"startRenderingAgain", "startRendering", ViewerAtWork, NoArguments, "success true", {}},
     {"stopRendering", "stopRendering", ViewerAtWork, NoArguments, "success true", {}},
@@ -151,10 +177,22 @@ const AllocationCase kAllocationCases[] = {
     {"setBaseQuaternion", "setBaseQuaternion", ViewerAtWork, Numbers, "success true", {}},
     {"setRotation", "setRotation", ViewerAtWork, Angles, "success true", {}},
     {"setBaseRotation", "setBaseRotation", ViewerAtWork, Angles, "success true", {}},
-    {"setCameraDistance", "setCameraDistance", Viewer,
-     [](const std::string&) { return Map({{"distance", 2.0}}); }, "success true", {}},
-    {"aMissingArgument", "setModelScale", Viewer, [](const std::string&) { return Map({{"Scale", 2.0}}); },
-     "error INVALID_ARGS: Missing 'scale' parameter", {}},
+    {"setCameraDistance",
+     "setCameraDistance",
+     Viewer,
+     [](const std::string&) {
+       return Map({{"distance", 2.0}});
+     },
+     "success true",
+     {}},
+    {"aMissingArgument",
+     "setModelScale",
+     Viewer,
+     [](const std::string&) {
+       return Map({{"Scale", 2.0}});
+     },
+     "error INVALID_ARGS: Missing 'scale' parameter",
+     {}},
     {"anUnknownCommand", "noSuchCommandOfThePlugIn", Viewer, NoArguments, "not implemented", {}},
     {"dispose", "dispose", Viewer, NoArguments, "success true", {}},
     {"disposeWhileFramesAreDrawn", "dispose", ViewerAtWork, NoArguments, "success true", {}},
@@ -162,8 +200,8 @@ const AllocationCase kAllocationCases[] = {
 
 std::ostream& operator<<(std::ostream& stream, const AllocationCase& it) { return stream << it.name; }
 
-class AllocationFailureTest
-    : public ::testing::TestWithParam<std::tuple<AllocationCase, operator_new::Fault::Extent>> {};
+class AllocationFailureTest : public ::testing::TestWithParam<std::tuple<AllocationCase, operator_new::Fault::Extent>> {
+};
 
 TEST_P(AllocationFailureTest, TheExceptionLeavesOrALogLineIsCutAndTheNextCommandWorks) {
   const auto& [it, extent] = GetParam();
@@ -346,8 +384,8 @@ TEST(RenderThreadAllocationDeathTest, AReadbackThatFindsNoMemoryEndsTheProgram) 
 
 // ---- File reads --------------------------------------------------------------------------------------------
 
-// A short read leaves the rest of the file's bytes zero, an error no less: what comes of it is what comes of a file that
-// has the zeros.
+// A short read leaves the rest of the file's bytes zero, an error no less: what comes of it is what comes of a file
+// that has the zeros.
 TEST(FileReadFailureTest, AReadThatIsCutShortIsLikeAFileOfZerosBehindTheCut) {
   const glb_builder::Bytes file =
       glb_builder::Glb().Add(glb_builder::Triangle().Color("1, 0.5, 0.25")).Add(glb_builder::Triangle()).Build();
@@ -456,17 +494,17 @@ void FailEachCall(const char* what, const std::function<void(Rig&)>& prepare, co
 }
 
 const std::map<std::string, std::string> kSetUpFailures = {
-    {"eglInitialize 1", kInitFailed},          {"eglChooseConfig 1", kInitFailed},
+    {"eglInitialize 1", kInitFailed},           {"eglChooseConfig 1", kInitFailed},
     {"eglCreatePbufferSurface 1", kInitFailed}, {"eglCreateContext 1", kInitFailed},
-    {"eglMakeCurrent 1", kInitFailed},         {"glGenTextures 1", kInitFailed},
-    {"glBindTexture 1", kInitFailed},          {"glTexImage2D 1", kInitFailed},
-    {"glBindRenderbuffer 1", kInitFailed},     {"glRenderbufferStorage 1", kInitFailed},
-    {"glFramebufferTexture2D 1", kInitFailed}, {"glCheckFramebufferStatus 1", kInitFailed},
-    {"glCreateShader 1", kShaderFailed},       {"glCreateShader 2", kShaderFailed},
-    {"glCompileShader 1", kShaderFailed},      {"glCompileShader 2", kShaderFailed},
-    {"glGetShaderiv 1", kShaderFailed},        {"glGetShaderiv 2", kShaderFailed},
-    {"glCreateProgram 1", kShaderFailed},      {"glAttachShader 1", kShaderFailed},
-    {"glAttachShader 2", kShaderFailed},       {"glLinkProgram 1", kShaderFailed},
+    {"eglMakeCurrent 1", kInitFailed},          {"glGenTextures 1", kInitFailed},
+    {"glBindTexture 1", kInitFailed},           {"glTexImage2D 1", kInitFailed},
+    {"glBindRenderbuffer 1", kInitFailed},      {"glRenderbufferStorage 1", kInitFailed},
+    {"glFramebufferTexture2D 1", kInitFailed},  {"glCheckFramebufferStatus 1", kInitFailed},
+    {"glCreateShader 1", kShaderFailed},        {"glCreateShader 2", kShaderFailed},
+    {"glCompileShader 1", kShaderFailed},       {"glCompileShader 2", kShaderFailed},
+    {"glGetShaderiv 1", kShaderFailed},         {"glGetShaderiv 2", kShaderFailed},
+    {"glCreateProgram 1", kShaderFailed},       {"glAttachShader 1", kShaderFailed},
+    {"glAttachShader 2", kShaderFailed},        {"glLinkProgram 1", kShaderFailed},
     {"glGetProgramiv 1", kShaderFailed}};
 
 std::map<std::string, std::string> And(std::map<std::string, std::string> all,
@@ -477,8 +515,9 @@ std::map<std::string, std::string> And(std::map<std::string, std::string> all,
 
 // The GL calls that a viewer at work makes meanwhile on its own thread are not among the points.
 TEST(GraphicsFailureTest, CreateTextureAnswersWhichHalfOfTheSetUpFailed) {
-  FailEachCall("createTexture", [](Rig&) {}, Rig::Encode("createTexture", Size(64, 48)), "success 7",
-               And(kSetUpFailures, {{"eglGetDisplay 1", kInitFailed}}));
+  FailEachCall(
+      "createTexture", [](Rig&) {}, Rig::Encode("createTexture", Size(64, 48)), "success 7",
+      And(kSetUpFailures, {{"eglGetDisplay 1", kInitFailed}}));
 }
 
 TEST(GraphicsFailureTest, CreateTextureOnAGbmDeviceAnswersTheSameAndTriesTheNextNode) {
@@ -486,20 +525,20 @@ TEST(GraphicsFailureTest, CreateTextureOnAGbmDeviceAnswersTheSameAndTriesTheNext
     fake_graphics::SetDefaultDisplay(false);
     fake_graphics::SetDrmNodes({"/dev/dri/renderD128", "/dev/dri/card0"});
   };
-  FailEachCall("createTexture on GBM", gbm_only, Rig::Encode("createTexture", Size(64, 48)), "success 7",
-               And(kSetUpFailures,
-                   {{"gbm_create_device 1", kInitFailed}, {"eglGetPlatformDisplayEXT 1", kInitFailed}}));
+  FailEachCall(
+      "createTexture on GBM", gbm_only, Rig::Encode("createTexture", Size(64, 48)), "success 7",
+      And(kSetUpFailures, {{"gbm_create_device 1", kInitFailed}, {"eglGetPlatformDisplayEXT 1", kInitFailed}}));
 }
 
 TEST(GraphicsFailureTest, CreateTextureInPlaceOfAnEarlierOneAnswersTheSame) {
-  FailEachCall("createTexture again", [](Rig& rig) { rig.CreateViewer(32, 24); },
-               Rig::Encode("createTexture", Size(64, 48)), "success 8",
-               And(kSetUpFailures, {{"eglGetDisplay 1", kInitFailed}}));
+  FailEachCall(
+      "createTexture again", [](Rig& rig) { rig.CreateViewer(32, 24); }, Rig::Encode("createTexture", Size(64, 48)),
+      "success 8", And(kSetUpFailures, {{"eglGetDisplay 1", kInitFailed}}));
 }
 
 TEST(GraphicsFailureTest, DisposeAnswersTrueWhateverFails) {
-  FailEachCall("dispose", [](Rig& rig) { rig.Fetch(rig.CreateViewer()); },
-               Rig::Encode("dispose", EncodableValue()), "success true", {});
+  FailEachCall("dispose", [](Rig& rig) { rig.Fetch(rig.CreateViewer()); }, Rig::Encode("dispose", EncodableValue()),
+               "success true", {});
 }
 
 // The calls of the render thread up to the end of its first frame.

@@ -1,8 +1,8 @@
 #ifndef TEST_FAULTS_OPERATOR_NEW_H_
 #define TEST_FAULTS_OPERATOR_NEW_H_
 
-/// The test program's own operator new, on top of malloc: it throws std::bad_alloc for a size that no machine has, where
-/// AddressSanitizer's would end the program; and it can be told to.
+/// The test program's own operator new, on top of malloc: it throws std::bad_alloc for a size that no machine has,
+/// where AddressSanitizer's would end the program; and it can be told to.
 ///
 /// AddressSanitizer still sees every block, its bounds, its life and its loss. What it loses is whether a block of
 /// new[] is released with delete[], which the other test programs look at.

@@ -30,9 +30,17 @@ struct Arguments {
 
 EncodableValue AnyOther(Random& random, const EncodableValue& right) {
   static const std::vector<EncodableValue> kValues = {
-      EncodableValue(),      EncodableValue(true),           EncodableValue(int32_t{2}), EncodableValue(int64_t{2}),
-      EncodableValue(2.0),   EncodableValue("two"),          EncodableValue(EncodableList{2.0}),
-      EncodableValue(EncodableMap{}), EncodableValue(std::vector<uint8_t>{2}), EncodableValue(std::vector<float>{2})};
+      EncodableValue(),
+      EncodableValue(true),
+      EncodableValue(int32_t{2}),
+      EncodableValue(int64_t{2}),
+      EncodableValue(2.0),
+      EncodableValue("two"),
+      EncodableValue(EncodableList{2.0}),
+      EncodableValue(EncodableMap{}),
+      EncodableValue(std::vector<uint8_t>{2}),
+      EncodableValue(std::vector<float>{2}),
+  };
   const EncodableValue* other = nullptr;
   do other = &random.OneOf(kValues);
   while (other->index() == right.index());
@@ -65,7 +73,7 @@ RandomCommand CreateTexture(Random& random) {
   constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
   constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
   static const std::vector<std::pair<int32_t, int32_t>> kAbsurd = {
-      {0, 0},         {0, 48},  {64, 0},        {-5, 10},     {10, -5},      {-10, -10},  {-640, 480}, {65536, 65536},
+      {0, 0},         {0, 48},      {64, 0},      {-5, 10},  {10, -5},  {-10, -10},   {-640, 480}, {65536, 65536},
       {30000, 30000}, {kMax, kMax}, {kMin, kMin}, {kMin, 1}, {1, kMax}, {1 << 30, 1}, {100000, 1}, {1, 100000}};
   std::pair<int32_t, int32_t> size = random.OneOf(kAbsurd);
   const bool absurd = random.OneIn(3) && std::max(size.first, size.second) <= graphics::LargestSide();
@@ -87,8 +95,7 @@ RandomCommand CreateTexture(Random& random) {
 
 RandomCommand LoadModel(Random& random, const ModelFiles& files) {
   const ModelFiles::File& file = random.OneIn(2) ? files.files().front() : random.OneOf(files.files());
-  Arguments arguments =
-      MaybeWrong(random, {{"modelPath", file.path}}, "error INVALID_ARGS: Missing modelPath");
+  Arguments arguments = MaybeWrong(random, {{"modelPath", file.path}}, "error INVALID_ARGS: Missing modelPath");
   return {"loadModel", std::move(arguments.value), Described("loadModel", file.name, arguments.note),
           [&file, outcome = arguments.outcome](ViewerPicture& viewer) -> Outcomes {
             if (!viewer.exists) return {"error NOT_INITIALIZED: Texture not created"};
@@ -102,9 +109,25 @@ RandomCommand LoadModel(Random& random, const ModelFiles& files) {
 
 double AnyNumber(Random& random) {
   using Limits = std::numeric_limits<double>;
-  static const std::vector<double> kOdd = {0.0,   -0.0,  1.0,    -1.0,  90.0,  -90.0, 180.0, 1e-300, 1e30, 1e300,
-                                           -1e300, Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(),
-                                           Limits::max(), Limits::denorm_min(), 3.5e38};
+  static const std::vector<double> kOdd = {
+      0.0,
+      -0.0,
+      1.0,
+      -1.0,
+      90.0,
+      -90.0,
+      180.0,
+      1e-300,
+      1e30,
+      1e300,
+      -1e300,
+      Limits::quiet_NaN(),
+      Limits::infinity(),
+      -Limits::infinity(),
+      Limits::max(),
+      Limits::denorm_min(),
+      3.5e38,
+  };
   if (random.OneIn(2)) return random.OneOf(kOdd);
   return static_cast<double>(random.Below(720'000)) / 1000.0 - 360.0;
 }
@@ -146,8 +169,9 @@ RandomCommand Dispose() {
 }
 
 RandomCommand UnknownCommand(Random& random) {
-  static const std::vector<std::string> kNames = {"", "createtexture", "createTexture ", "setquaternion", "reset",
-                                                  std::string(300, 'x'), std::string("dispose\0", 8)};
+  static const std::vector<std::string> kNames = {
+      "",      "createtexture",       "createTexture ",           "setquaternion",
+      "reset", std::string(300, 'x'), std::string("dispose\0", 8)};
   const std::string& name = random.OneOf(kNames);
   return {name, EncodableValue(EncodableMap{{"width", 64}}), "unknown command \"" + name + "\"",
           [](ViewerPicture&) -> Outcomes { return {"not implemented"}; }};

@@ -114,10 +114,10 @@ class Player {
     graphics::FillFrames(kWidth, kHeight);
     fakes::FakeEmbedder& embedder = engine_->embedder;
     const std::string id_text = "success " + std::to_string(embedder.texture_ids().size() + 1);
-    for (const auto& [name, value] :
-         {std::pair("setQuaternion", QuaternionArguments(0, 0, 0, 1)),
-          std::pair("setBaseRotation", AngleArguments(0, 0, 0)),
-          std::pair("setCameraDistance", Map({{"distance", 3.5}})), std::pair("setModelScale", Map({{"scale", 1.2}}))}) {
+    for (const auto& [name, value] : {std::pair("setQuaternion", QuaternionArguments(0, 0, 0, 1)),
+                                      std::pair("setBaseRotation", AngleArguments(0, 0, 0)),
+                                      std::pair("setCameraDistance", Map({{"distance", 3.5}})),
+                                      std::pair("setModelScale", Map({{"scale", 1.2}}))}) {
       Send({name, value, "", {}});
     }
     ASSERT_EQ(Send({"createTexture", Size(kWidth, kHeight), "", {}}), id_text);
@@ -129,7 +129,8 @@ class Player {
     ASSERT_TRUE(embedder.WaitForMarks(id, 2));
     ASSERT_EQ(Send({"stopRendering", EncodableValue(), "", {}}), "success true");
     ASSERT_EQ(frame->width * frame->height, size_t{kWidth * kHeight});
-    EXPECT_TRUE(std::any_of(frame->buffer, frame->buffer + kWidth * kHeight * 4, [](uint8_t byte) { return byte != 0; }));
+    EXPECT_TRUE(
+        std::any_of(frame->buffer, frame->buffer + kWidth * kHeight * 4, [](uint8_t byte) { return byte != 0; }));
   }
 
  private:
@@ -166,7 +167,8 @@ class Player {
     } else {
       outcome = Send(command);
     }
-    EXPECT_TRUE(std::any_of(expected.begin(), expected.end(), [&](const std::string& right) { return IsIt(outcome, right); }))
+    EXPECT_TRUE(
+        std::any_of(expected.begin(), expected.end(), [&](const std::string& right) { return IsIt(outcome, right); }))
         << outcome << " is not " << ::testing::PrintToString(expected);
     const bool warned = errors.Take().find("Warning: Failed to respond to a message.") != std::string::npos;
     const bool thrown = outcome.rfind("throws ", 0) == 0;
@@ -186,8 +188,9 @@ class Player {
   }
 
   void DisposeQuietly() {
-    engine_->raster_thread.RunWhileNothingIsCopied(
-        [&] { EXPECT_EQ(Send({"dispose", EncodableValue(), "", {}}), "success true"); });
+    engine_->raster_thread.RunWhileNothingIsCopied([&] {
+      EXPECT_EQ(Send({"dispose", EncodableValue(), "", {}}), "success true");
+    });
   }
 
   void DestroyAndRegisterAgain() {

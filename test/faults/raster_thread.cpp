@@ -8,8 +8,7 @@
 
 #include "test/faults/sanitizers.h"
 
-RasterThread::RasterThread(const fakes::FakeEmbedder& embedder)
-    : embedder_(embedder), thread_([this] { Run(); }) {}
+RasterThread::RasterThread(const fakes::FakeEmbedder& embedder) : embedder_(embedder), thread_([this] { Run(); }) {}
 
 RasterThread::~RasterThread() { Stop(); }
 

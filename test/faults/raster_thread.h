@@ -21,8 +21,8 @@ class RasterThread {
   /// Ends the thread; the second time nothing happens.
   void Stop();
 
-  /// Runs `action` while frames are fetched as before and no descriptor is looked at: "dispose" frees the pixels whether
-  /// or not the engine is copying them, which is the engine's affair.
+  /// Runs `action` while frames are fetched as before and no descriptor is looked at: "dispose" frees the pixels
+  /// whether or not the engine is copying them, which is the engine's affair.
   template <typename Action>
   void RunWhileNothingIsCopied(Action action) {
     const std::lock_guard<std::mutex> lock(copying_);

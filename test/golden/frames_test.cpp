@@ -66,8 +66,8 @@ class GoldenFramesTest : public CommandTest, public ::testing::WithParamInterfac
     EXPECT_EQ(Call("startRendering"), "success true");
     EXPECT_TRUE(WaitForFrames(id, 1));
     EXPECT_EQ(Call("stopRendering"), "success true");
-    const Picture picture = {frame->width, frame->height,
-                             {frame->buffer, frame->buffer + frame->width * frame->height * 4}};
+    const Picture picture = {
+        frame->width, frame->height, {frame->buffer, frame->buffer + frame->width * frame->height * 4}};
     EXPECT_EQ(Call("dispose"), "success true");
     EXPECT_EQ(err_.Take(), "");
     return picture;

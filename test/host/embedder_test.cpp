@@ -58,9 +58,7 @@ class MessageTest : public ::testing::Test {
  protected:
   using Handler = std::function<void(const FlutterDesktopMessage&)>;
 
-  FlutterDesktopMessengerRef messenger() {
-    return FlutterDesktopPluginRegistrarGetMessenger(embedder_.registrar());
-  }
+  FlutterDesktopMessengerRef messenger() { return FlutterDesktopPluginRegistrarGetMessenger(embedder_.registrar()); }
   void Listen(const char* channel, Handler handler) {
     handlers_.push_back(std::make_unique<Handler>(std::move(handler)));
     FlutterDesktopMessengerSetCallback(
@@ -215,9 +213,7 @@ class TextureTest : public ::testing::Test {
     info.pixel_buffer_config.user_data = &texture_;
     return FlutterDesktopTextureRegistrarRegisterExternalTexture(registrar(), &info);
   }
-  bool Mark(int64_t id) {
-    return FlutterDesktopTextureRegistrarMarkExternalTextureFrameAvailable(registrar(), id);
-  }
+  bool Mark(int64_t id) { return FlutterDesktopTextureRegistrarMarkExternalTextureFrameAvailable(registrar(), id); }
   void Show(int64_t id) { embedder_.ShowTexture(id, 20, 10); }
 
   CountingTexture texture_;
@@ -317,8 +313,7 @@ TEST_F(TextureTest, ExceptionOfTheCallbackBecomesAFailure) {
   texture_.throws = true;
   const int64_t id = Register();
   EXPECT_EQ(FailureOf([&] { Show(id); }), "the plug-in's pixel-buffer callback threw: no picture");
-  EXPECT_EQ(FailureOf([&] { embedder_.CheckRaster(); }),
-            "the plug-in's pixel-buffer callback threw: no picture");
+  EXPECT_EQ(FailureOf([&] { embedder_.CheckRaster(); }), "the plug-in's pixel-buffer callback threw: no picture");
 }
 
 TEST_F(TextureTest, NothingIsFetchedAfterTheRasterThreadHasStopped) {
@@ -355,8 +350,8 @@ TEST(RegistrarTest, DestructionIsToldWhenTheEmbedderGoes) {
   g_destructions = 0;
   {
     Embedder embedder([](std::shared_ptr<const Frame>) {});
-    FlutterDesktopPluginRegistrarSetDestructionHandler(
-        embedder.registrar(), [](FlutterDesktopPluginRegistrarRef) { ++g_destructions; });
+    FlutterDesktopPluginRegistrarSetDestructionHandler(embedder.registrar(),
+                                                       [](FlutterDesktopPluginRegistrarRef) { ++g_destructions; });
   }
   EXPECT_EQ(g_destructions, 1);
 }

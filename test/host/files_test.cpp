@@ -78,8 +78,7 @@ TEST(WriteWholeFile, FileThatDoesNotFitLeavesWhatWasThereBefore) {
 TEST(WriteWholeFile, FailureToTakeTheNameLeavesNothing) {
   const TempFolder folder;
   std::filesystem::create_directory(folder.File("taken"));
-  EXPECT_EQ(FailureOf(folder.File("taken"), "x"),
-            "cannot write " + folder.File("taken") + ": Is a directory");
+  EXPECT_EQ(FailureOf(folder.File("taken"), "x"), "cannot write " + folder.File("taken") + ": Is a directory");
   EXPECT_EQ(folder.Names(), (std::vector<std::string>{"taken"}));
   EXPECT_EQ(FailureOf(folder.File("none/file"), "x"),
             "cannot write " + folder.File("none/file") + ": No such file or directory");

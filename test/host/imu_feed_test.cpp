@@ -156,8 +156,7 @@ TEST_F(LiveFeedTest, MalformedLineComesOutAfterTheSamplesBeforeIt) {
   try {
     for (;;) {
       WaitForMore();
-      if (const auto orientation = feed_->TakeDue(kStart))
-        rolls.push_back(std::get<Angles>(*orientation).roll);
+      if (const auto orientation = feed_->TakeDue(kStart)) rolls.push_back(std::get<Angles>(*orientation).roll);
     }
   } catch (const HostError& error) {
     failure = error.what();
@@ -172,8 +171,7 @@ TEST_F(LiveFeedTest, InputWithoutSamplesFails) {
   EndInput();
   WaitForMore();
   EXPECT_FALSE(feed_->ended()) << "the failure is still to be told";
-  EXPECT_EQ(FailureOf(*feed_, kStart),
-            "sensor: expected samples after the header, found the end of the input");
+  EXPECT_EQ(FailureOf(*feed_, kStart), "sensor: expected samples after the header, found the end of the input");
   EXPECT_TRUE(feed_->ended());
 }
 
@@ -182,8 +180,7 @@ TEST_F(LiveFeedTest, LineWithoutEndFailsBeforeItFillsTheMemory) {
   const std::string piece(4096, 'x');
   for (int i = 0; i < 17; ++i) Send(piece);
   WaitForMore();
-  EXPECT_EQ(FailureOf(*feed_, kStart),
-            "sensor, line 1: expected a line of at most 65536 bytes, found a longer one");
+  EXPECT_EQ(FailureOf(*feed_, kStart), "sensor, line 1: expected a line of at most 65536 bytes, found a longer one");
 }
 
 TEST_F(LiveFeedTest, SamplesFarAheadMakeTheWriterWaitNotTheMemoryGrow) {

@@ -85,8 +85,7 @@ TEST(ImuLineParser, AnglesAreTakenWhereTheQuaternionIsIncomplete) {
 }
 
 TEST(ImuLineParser, BlankLinesAndCommentsAreSkipped) {
-  const auto samples =
-      Parse("# hand-held\n\n \t\nt,roll,pitch,yaw\n# calibrated\n0,1,2,3\n\n  # moved\n1,4,5,6\n");
+  const auto samples = Parse("# hand-held\n\n \t\nt,roll,pitch,yaw\n# calibrated\n0,1,2,3\n\n  # moved\n1,4,5,6\n");
   ASSERT_EQ(samples.size(), 2u);
   ExpectAngles(samples[1].orientation, 4, 5, 6);
 }
@@ -97,9 +96,7 @@ TEST(ImuLineParser, CarriageReturnsSpacesAndByteOrderMarkAreTolerated) {
   ExpectAngles(samples[0].orientation, 1, 2, 3);
 }
 
-TEST(ImuLineParser, EqualTimesAreAccepted) {
-  EXPECT_EQ(Parse("t,roll,pitch,yaw\n1,0,0,0\n1,0,0,0\n").size(), 2u);
-}
+TEST(ImuLineParser, EqualTimesAreAccepted) { EXPECT_EQ(Parse("t,roll,pitch,yaw\n1,0,0,0\n1,0,0,0\n").size(), 2u); }
 
 TEST(ImuLineParser, OptionalTimeMayBeMissingOrGoBack) {
   const auto without = Parse("roll,pitch,yaw\n1,2,3\n", Time::kOptional);
@@ -134,26 +131,22 @@ TEST(ImuLineParser, FailureNamesLineAndWhatWasExpectedAndFound) {
       {"capitals", "T,Roll,Pitch,Yaw\n",
        "run.csv, line 1: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found "
        "\"T,Roll,Pitch,Yaw\""},
-      {"a column twice", "t,roll,pitch,yaw,roll\n",
-       "run.csv, line 1: expected one column roll, found several"},
+      {"a column twice", "t,roll,pitch,yaw,roll\n", "run.csv, line 1: expected one column roll, found several"},
       {"too few fields", std::string(kHeader) + "0,0,0,1\n",
        "run.csv, line 2: expected 5 fields as in the header, found 4"},
       {"too many fields", std::string(kHeader) + "0,0,0,0,1,\n",
        "run.csv, line 2: expected 5 fields as in the header, found 6"},
       {"a word", std::string(kHeader) + "0,0,0,0,1\n\n0.1,0,oops,0,1\n",
        "run.csv, line 4: expected a number for qy, found \"oops\""},
-      {"an empty field", std::string(kHeader) + "0,0,0,0,\n",
-       "run.csv, line 2: expected a number for qw, found \"\""},
+      {"an empty field", std::string(kHeader) + "0,0,0,0,\n", "run.csv, line 2: expected a number for qw, found \"\""},
       {"a number and more", std::string(kHeader) + "0,0,0,0,1m\n",
        "run.csv, line 2: expected a number for qw, found \"1m\""},
       {"not a number", std::string(kHeader) + "nan,0,0,0,1\n",
        "run.csv, line 2: expected a number for t, found \"nan\""},
-      {"infinity", std::string(kHeader) + "0,inf,0,0,1\n",
-       "run.csv, line 2: expected a number for qx, found \"inf\""},
+      {"infinity", std::string(kHeader) + "0,inf,0,0,1\n", "run.csv, line 2: expected a number for qx, found \"inf\""},
       {"beyond all doubles", std::string(kHeader) + "0,1e999,0,0,1\n",
        "run.csv, line 2: expected a number for qx, found \"1e999\""},
-      {"two signs", std::string(kHeader) + "0,+-1,0,0,1\n",
-       "run.csv, line 2: expected a number for qx, found \"+-1\""},
+      {"two signs", std::string(kHeader) + "0,+-1,0,0,1\n", "run.csv, line 2: expected a number for qx, found \"+-1\""},
       {"a decimal comma", std::string(kHeader) + "0;1;0;0;1\n",
        "run.csv, line 2: expected 5 fields as in the header, found 1"},
       {"time going back", std::string(kHeader) + "0.5,0,0,0,1\n0.25,0,0,0,1\n",
@@ -167,10 +160,9 @@ TEST(ImuLineParser, FailureNamesLineAndWhatWasExpectedAndFound) {
 }
 
 TEST(ImuLineParser, FailureOfHeaderSaysWhereTimeIsOptional) {
-  EXPECT_EQ(
-      FailureOf("a,b\n", Time::kOptional),
-      "run.csv, line 1: expected a header naming either qx,qy,qz,qw or roll,pitch,yaw (and t, if any), found "
-      "\"a,b\"");
+  EXPECT_EQ(FailureOf("a,b\n", Time::kOptional),
+            "run.csv, line 1: expected a header naming either qx,qy,qz,qw or roll,pitch,yaw (and t, if any), found "
+            "\"a,b\"");
 }
 
 TEST(ReadImuRun, FileIsReadWhole) {
@@ -202,9 +194,8 @@ TEST(ReadImuRun, PipesAndDevicesAreNotOpened) {
   const TempFolder folder;
   const std::string pipe = folder.File("pipe");
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-  EXPECT_EQ(FailureOfFile(pipe),
-            "cannot read the IMU file " + pipe +
-                ": it is a pipe; --imu - reads samples from standard input as they come");
+  EXPECT_EQ(FailureOfFile(pipe), "cannot read the IMU file " + pipe +
+                                     ": it is a pipe; --imu - reads samples from standard input as they come");
   EXPECT_EQ(FailureOfFile("/dev/zero"),
             "cannot read the IMU file /dev/zero: it is a device; --imu - reads samples from standard input "
             "as they come");
@@ -237,8 +228,7 @@ TEST(ReadImuRun, LineWithoutEndIsRefusedBeforeItIsRead) {
   const TempFolder folder;
   const std::string path = folder.Write("run.csv", "");
   std::filesystem::resize_file(path, kLargestImuFile);  // zeros, which take no room on the disk
-  EXPECT_EQ(FailureOfFile(path),
-            path + ", line 1: expected a line of at most 65536 bytes, found a longer one");
+  EXPECT_EQ(FailureOfFile(path), path + ", line 1: expected a line of at most 65536 bytes, found a longer one");
 }
 
 TEST(ImuLineParser, LongestLineIsRead) {

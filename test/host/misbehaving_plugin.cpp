@@ -49,7 +49,8 @@ void OnMessage(FlutterDesktopMessengerRef messenger, const FlutterDesktopMessage
     std::fflush(stdout);
     // Success with the texture's number, which is below 256, or with true.
     const char id = name == "createTexture" ? static_cast<char>(RegisterTexture()) : '\0';
-    answer(name == "createTexture" ? std::string("\x00\x04", 2) + id + std::string(7, '\0') : std::string("\x00\x01", 2));
+    answer(name == "createTexture" ? std::string("\x00\x04", 2) + id + std::string(7, '\0')
+                                   : std::string("\x00\x01", 2));
     return;
   }
   answer("");  // not implemented
@@ -60,6 +61,6 @@ void OnMessage(FlutterDesktopMessengerRef messenger, const FlutterDesktopMessage
 extern "C" __attribute__((visibility("default"))) void OrbiskPluginRegisterWithRegistrar(
     FlutterDesktopPluginRegistrarRef registrar) {
   g_registrar = registrar;
-  FlutterDesktopMessengerSetCallback(FlutterDesktopPluginRegistrarGetMessenger(registrar), "orbisk",
-                                     OnMessage, nullptr);
+  FlutterDesktopMessengerSetCallback(FlutterDesktopPluginRegistrarGetMessenger(registrar), "orbisk", OnMessage,
+                                     nullptr);
 }

@@ -53,10 +53,8 @@ TEST_F(ModelTroubleTest, FileOfAnotherKindIsNamedByWhatIsInIt) {
       {"", "it is empty; copy, download or export it again"},
       {"version https://git-lfs.github.com/spec/v1\noid sha256:0\nsize 9\n",
        "it is a pointer of git-lfs and not the file itself; run: git lfs pull"},
-      {std::string("PK\3\4\x0A\0\0\0", 8) + std::string(22, '\0') + "scene.usdc PXR",
-       "it is a USDZ file; open it"},
-      {std::string("PK\3\4\x14\0\0\0", 8) + std::string(22, '\0') + "device.glb",
-       "it is a ZIP archive; unpack it"},
+      {std::string("PK\3\4\x0A\0\0\0", 8) + std::string(22, '\0') + "scene.usdc PXR", "it is a USDZ file; open it"},
+      {std::string("PK\3\4\x14\0\0\0", 8) + std::string(22, '\0') + "device.glb", "it is a ZIP archive; unpack it"},
       {std::string("\x1F\x8B\x08\0\0\0\0\0\0\0\0\0", 12), "it is a gzip archive; unpack it"},
       {"7z\xBC\xAF\x27\x1C and so on", "it is a 7z archive; unpack it"},
       {"\x89PNG\r\n\x1a\n\0\0\0\rIHDR", "it is a picture (PNG); give a .glb file"},
@@ -66,23 +64,19 @@ TEST_F(ModelTroubleTest, FileOfAnotherKindIsNamedByWhatIsInIt) {
       {"Kaydara FBX Binary  ", "it is an FBX file; open it in Blender"},
       {"; FBX 7.3.0 project file\n", "it is an FBX file; open it in Blender"},
       {"BLENDER-v300", "it is a Blender file; open it in Blender"},
-      {"\x28\xB5\x2F\xFD and so on",
-       "it is compressed (zstd), as Blender saves its files; open it in Blender"},
+      {"\x28\xB5\x2F\xFD and so on", "it is compressed (zstd), as Blender saves its files; open it in Blender"},
       {"ply\nformat ascii 1.0\n", "it is a PLY file; open it"},
       {"ply\r\nformat ascii 1.0\r\n", "it is a PLY file; open it"},
       {"#usda 1.0\n(\n)\n", "it is a USD file; open it"},
       {"PXR-USDC and so on", "it is a USD file; open it"},
       {"ISO-10303-21;\nHEADER;\n", "it is a STEP file; open it in FreeCAD"},
-      {"\n<!DOCTYPE html>\n<html>",
-       "it is a web page, such as a server sends instead of a file; download the file"},
-      {"<HTML><body>404</body>",
-       "it is a web page, such as a server sends instead of a file; download the file"},
+      {"\n<!DOCTYPE html>\n<html>", "it is a web page, such as a server sends instead of a file; download the file"},
+      {"<HTML><body>404</body>", "it is a web page, such as a server sends instead of a file; download the file"},
       {"\xEF\xBB\xBF<?xml version=\"1.0\"?>\n<COLLADA>", "it is a COLLADA file; open it"},
       {"<?xml version=\"1.0\"?>\n<X3D>", "it is an X3D file; open it"},
       {R"({"asset": {"version": "1.0"}, "meshes": {}, "techniques": {}})",
        "it is a text .gltf file, of glTF 1; open it"},
-      {R"({"asset": {"version": "2.0"}, "meshes": []})",
-       "it is a text .gltf file, not the binary kind; open it"},
+      {R"({"asset": {"version": "2.0"}, "meshes": []})", "it is a text .gltf file, not the binary kind; open it"},
       {"solid lid\n facet normal 0 0 1\n", "it is an STL file; open it"},
       {BinaryStl(), "it is an STL file; open it"},
       {"mtllib device.mtl\nv 0 0 0\n", "it is an OBJ file; open it"},
@@ -106,14 +100,11 @@ TEST_F(ModelTroubleTest, BinaryGltfIsExplainedByWhatTheLoaderStumblesOver) {
       {"in the JSON text", Glb(good).TruncatedTo(100),
        "it is cut short: of " + std::to_string(size) + " bytes 100 are there; copy"},
       {"behind the JSON text", Glb(good).TruncatedTo(size - 36 - 8 - 8),
-       "it is cut short: of " + std::to_string(size) + " bytes " + std::to_string(size - 52) +
-           " are there; copy"},
+       "it is cut short: of " + std::to_string(size) + " bytes " + std::to_string(size - 52) + " are there; copy"},
       {"in the data", Glb(good).TruncatedTo(size - 1),
-       "it is cut short: of " + std::to_string(size) + " bytes " + std::to_string(size - 1) +
-           " are there; copy"},
+       "it is cut short: of " + std::to_string(size) + " bytes " + std::to_string(size - 1) + " are there; copy"},
       {"a chunk that is too long", Glb(good).BinLength(1000), "it is cut short: of "},
-      {"JSON alone", Glb().Json(R"({"meshes":[{}]})").WithoutBin(),
-       "it has no data of its own (no BIN chunk)"},
+      {"JSON alone", Glb().Json(R"({"meshes":[{}]})").WithoutBin(), "it has no data of its own (no BIN chunk)"},
       {"no JSON", Glb(good).JsonType(0x12345678), "its first part is not the JSON text"},
       {"no BIN", Glb(good).BinType(0x12345678), "behind the JSON text comes something else than the data"},
       {"no meshes", Glb(), "there are no meshes in it"},
@@ -127,8 +118,8 @@ TEST_F(ModelTroubleTest, BinaryGltfIsExplainedByWhatTheLoaderStumblesOver) {
                           .ViewField("extensions", R"({"EXT_meshopt_compression":{}})"))),
        "its meshes are compressed (meshopt); write it again"},
       {"quantised and so declared",
-       Glb().Add(Mesh(Floats(kTrianglePositions).Field("componentType", "5122"))
-                     .Field("name", "\"KHR_mesh_quantization\"")),
+       Glb().Add(
+           Mesh(Floats(kTrianglePositions).Field("componentType", "5122")).Field("name", "\"KHR_mesh_quantization\"")),
        "its positions are quantised, no 32-bit floats; write it again"},
       {"quantised", Glb().Add(Mesh(Floats(kTrianglePositions).Field("componentType", "5122"))),
        "its positions are no 32-bit floats, or there are none"},
@@ -138,8 +129,7 @@ TEST_F(ModelTroubleTest, BinaryGltfIsExplainedByWhatTheLoaderStumblesOver) {
        "its triangles name vertices that are not there"},
       {"no positions", Glb().Add(Triangle().WithoutAttribute("POSITION")), "its meshes have no positions"},
       {"no primitives", Glb().Add(Triangle().Without("primitives")), "its meshes are empty"},
-      {"primitives that are no array", Glb().Json(R"({"meshes":[{"primitives":{}}]})"),
-       "its meshes are empty"},
+      {"primitives that are no array", Glb().Json(R"({"meshes":[{"primitives":{}}]})"), "its meshes are empty"},
       {"an empty array", Glb().Add(Triangle().Field("primitives", "[]")), "its meshes are empty"},
       {"no attributes", Glb().Add(Triangle().PrimitiveWithout("attributes")), "its meshes have no vertices"},
       {"an accessor that is not there", Glb().Add(Triangle().Attribute("POSITION", "7")),
@@ -159,8 +149,7 @@ TEST_F(ModelTroubleTest, ExceptionsOfTheLoaderAreExplained) {
               StartsWith("it has a number that cannot be read"));
   EXPECT_THAT(ModelTrouble(path, "an exception left the plug-in's handler: std::bad_alloc"),
               StartsWith("there is not enough memory for it"));
-  EXPECT_THAT(ModelTrouble(path, "nobody has said this before"),
-              StartsWith("the loader cannot make anything of it"));
+  EXPECT_THAT(ModelTrouble(path, "nobody has said this before"), StartsWith("the loader cannot make anything of it"));
 }
 
 // The plug-in's two paths are relative to the folder that the process is in.
@@ -208,8 +197,7 @@ TEST_F(ModelFileTest, WhatIsNoFileIsRefused) {
   ASSERT_EQ(mkfifo("pipe.glb", 0600), 0);
   EXPECT_EQ(FailureOf("pipe.glb"), "cannot load the model pipe.glb: it is a pipe, and no file");
   EXPECT_EQ(FailureOf("data"), "cannot load the model data: it is a folder, and no file");
-  EXPECT_EQ(FailureOf("data/flutter_assets/pipe.glb"),
-            "cannot load the model pipe.glb: it is a pipe, and no file");
+  EXPECT_EQ(FailureOf("data/flutter_assets/pipe.glb"), "cannot load the model pipe.glb: it is a pipe, and no file");
   EXPECT_EQ(FailureOf("/dev/zero"), "cannot load the model /dev/zero: it is a device, and no file");
 }
 

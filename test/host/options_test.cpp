@@ -51,10 +51,10 @@ TEST(Options, DefaultsStandWhereNothingElseIsSaid) {
 }
 
 TEST(Options, EveryOptionIsTaken) {
-  const Options options = Parse(
-      {"--model", "m.glb", "--imu",      "-",           "--size",    "320x200",   "--distance", "2.5",
-       "--scale", "-1e-1", "--base-rpy", "-90,0.5,180", "--seconds", "0.25",      "--headless", "--wait",
-       "1.5",     "--out", "pictures",   "--frames",    "3",         "--verbose", "--plugin",   "lib.so"});
+  const Options options =
+      Parse({"--model", "m.glb", "--imu",      "-",           "--size",    "320x200",   "--distance", "2.5",
+             "--scale", "-1e-1", "--base-rpy", "-90,0.5,180", "--seconds", "0.25",      "--headless", "--wait",
+             "1.5",     "--out", "pictures",   "--frames",    "3",         "--verbose", "--plugin",   "lib.so"});
   EXPECT_EQ(options.model, "m.glb");
   EXPECT_EQ(options.imu, "-");
   EXPECT_EQ(options.width, 320);
@@ -141,9 +141,9 @@ TEST(Options, HelpExplainsEveryOptionAndTheImuFile) {
   } catch (const OptionsExit& exit) {
     EXPECT_TRUE(exit.help());
     for (const char* part :
-         {"--model FILE", "--imu FILE", "--size WxH", "--distance D", "--scale S", "--base-rpy R,P,Y",
-          "--window", "--headless", "--seconds N", "--wait N", "--out DIR", "--frames N", "--verbose",
-          "--plugin FILE", "--help", "t,qx,qy,qz,qw", "t,roll,pitch,yaw", "plugin.log", "Examples:"}) {
+         {"--model FILE", "--imu FILE", "--size WxH", "--distance D", "--scale S", "--base-rpy R,P,Y", "--window",
+          "--headless", "--seconds N", "--wait N", "--out DIR", "--frames N", "--verbose", "--plugin FILE", "--help",
+          "t,qx,qy,qz,qw", "t,roll,pitch,yaw", "plugin.log", "Examples:"}) {
       EXPECT_THAT(exit.what(), HasSubstr(part));
     }
   }

@@ -37,17 +37,14 @@ Matrix TurnZ(double degrees) {
 }
 
 // How the plug-in turns the scene, and the model for an orientation that came as angles.
-Matrix Scene(const Angles& base) {
-  return Product(TurnZ(base.yaw), Product(TurnY(base.roll), TurnX(base.pitch)));
-}
+Matrix Scene(const Angles& base) { return Product(TurnZ(base.yaw), Product(TurnY(base.roll), TurnX(base.pitch))); }
 Matrix Model(const Angles& angles) {
   return Product(TurnX(angles.roll), Product(TurnY(angles.pitch), TurnZ(angles.yaw)));
 }
 
 void ExpectSame(const Matrix& actual, const Matrix& expected) {
   for (size_t row = 0; row < 3; ++row) {
-    for (size_t column = 0; column < 3; ++column)
-      EXPECT_NEAR(actual[row][column], expected[row][column], 1e-9);
+    for (size_t column = 0; column < 3; ++column) EXPECT_NEAR(actual[row][column], expected[row][column], 1e-9);
   }
 }
 

@@ -20,8 +20,7 @@ class PngOnDisk {
  public:
   explicit PngOnDisk(const std::string& path) : surface_(cairo_image_surface_create_from_png(path.c_str())) {
     const cairo_status_t status = cairo_surface_status(surface_.get());
-    if (status != CAIRO_STATUS_SUCCESS)
-      throw std::runtime_error(path + ": " + cairo_status_to_string(status));
+    if (status != CAIRO_STATUS_SUCCESS) throw std::runtime_error(path + ": " + cairo_status_to_string(status));
   }
 
   int width() const { return cairo_image_surface_get_width(surface_.get()); }
@@ -30,10 +29,10 @@ class PngOnDisk {
   /// 0xAARRGGBB. A picture without transparency has 0xFF there.
   uint32_t Pixel(int x, int y) const {
     uint32_t pixel;
-    std::memcpy(&pixel,
-                cairo_image_surface_get_data(surface_.get()) +
-                    y * cairo_image_surface_get_stride(surface_.get()) + 4 * x,
-                sizeof(pixel));
+    std::memcpy(
+        &pixel,
+        cairo_image_surface_get_data(surface_.get()) + y * cairo_image_surface_get_stride(surface_.get()) + 4 * x,
+        sizeof(pixel));
     return cairo_image_surface_get_format(surface_.get()) == CAIRO_FORMAT_RGB24 ? pixel | 0xFF000000u : pixel;
   }
 

@@ -176,8 +176,7 @@ TEST(WriteContactSheet, FramesOfOddShapesKeepTheirShape) {
 }
 
 TEST(WriteContactSheet, FailsWithoutFrames) {
-  EXPECT_EQ(FailureOf([] { WriteContactSheet({}, "sheet.png"); }),
-            "cannot write sheet.png: there are no frames");
+  EXPECT_EQ(FailureOf([] { WriteContactSheet({}, "sheet.png"); }), "cannot write sheet.png: there are no frames");
 }
 
 // ---- Animation --------------------------------------------------------------------------------------------
@@ -261,8 +260,7 @@ TEST(Animation, FailuresAreOneLineEach) {
   Animation animation;
   animation.Add(At(0, NumberedFrame(1, 8, 8)));
   const std::string path = folder.File("no/such/folder.webp");
-  EXPECT_EQ(FailureOf([&] { animation.Write(path); }),
-            "cannot write " + path + ": No such file or directory");
+  EXPECT_EQ(FailureOf([&] { animation.Write(path); }), "cannot write " + path + ": No such file or directory");
 }
 
 }  // namespace

@@ -114,8 +114,8 @@ class Process {
     std::string err;
   };
 
-  Process(const TempFolder& folder, std::vector<std::string> command, const Environment& environment,
-          int input, int error_output = -1)
+  Process(const TempFolder& folder, std::vector<std::string> command, const Environment& environment, int input,
+          int error_output = -1)
       : err_path_(folder.File("stderr")) {
     std::vector<std::string> variables;
     for (const char* name : kInherited) {
@@ -146,8 +146,7 @@ class Process {
   pid_t id() const { return id_; }
   bool running() const {
     siginfo_t ended = {};
-    return waitid(P_PID, static_cast<id_t>(id_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
-           ended.si_pid == 0;
+    return waitid(P_PID, static_cast<id_t>(id_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 && ended.si_pid == 0;
   }
 
   // The first line of its standard output, once it is there.
@@ -278,18 +277,17 @@ TEST_F(ProgramTest, HeadlessRunWritesPicturesAndReports) {
   EXPECT_EQ(result.err, "");
 
   // A slow machine adds a line about frames that were left out.
-  EXPECT_THAT(WithoutFigures(result.out),
-              StartsWith("First picture: DIR/frame_#.png\n"
-                         "Ran for # s at #x#:\n"
-                         "  frames drawn      #, # per second\n"
-                         "  frames fetched    #\n"
-                         "  commands sent     #\n"
-                         "  command latency   median # ms, worst # ms, of # orientations\n"
-                         "  set-up            createTexture # ms, loadModel # ms\n"
-                         "  files written     DIR/frame_#.png to DIR/frame_#.png\n"
-                         "                    DIR/contact_sheet.png\n"
-                         "                    DIR/orientation.webp\n"
-                         "                    DIR/plugin.log (the plug-in's own lines)\n"));
+  EXPECT_THAT(WithoutFigures(result.out), StartsWith("First picture: DIR/frame_#.png\n"
+                                                     "Ran for # s at #x#:\n"
+                                                     "  frames drawn      #, # per second\n"
+                                                     "  frames fetched    #\n"
+                                                     "  commands sent     #\n"
+                                                     "  command latency   median # ms, worst # ms, of # orientations\n"
+                                                     "  set-up            createTexture # ms, loadModel # ms\n"
+                                                     "  files written     DIR/frame_#.png to DIR/frame_#.png\n"
+                                                     "                    DIR/contact_sheet.png\n"
+                                                     "                    DIR/orientation.webp\n"
+                                                     "                    DIR/plugin.log (the plug-in's own lines)\n"));
 
   const int drawn = Figure(result.out, "frames drawn");
   const int fetched = Figure(result.out, "frames fetched");
@@ -316,10 +314,9 @@ TEST_F(ProgramTest, HeadlessRunWritesPicturesAndReports) {
   // Nothing is taken away while it is in use.
   const std::string log = Log();
   size_t last = 0;
-  for (const char* line :
-       {"Texture created with ID: 1", "Model loaded successfully!", "Rendering thread STARTED",
-        "StopRendering called", "Rendering stopped", "Dispose called", "Unregistering texture 1",
-        "Plugin destructor called", "Plugin destroyed"}) {
+  for (const char* line : {"Texture created with ID: 1", "Model loaded successfully!", "Rendering thread STARTED",
+                           "StopRendering called", "Rendering stopped", "Dispose called", "Unregistering texture 1",
+                           "Plugin destructor called", "Plugin destroyed"}) {
     const size_t at = log.find(std::string("[Orbisk] ") + line + "\n", last);
     ASSERT_NE(at, std::string::npos) << line;
     last = at;
@@ -328,9 +325,8 @@ TEST_F(ProgramTest, HeadlessRunWritesPicturesAndReports) {
 
 TEST_F(ProgramTest, SizeViewAndFrameOptionsReachThePlugin) {
   // A run that ends with its last sample ends with two frames at least.
-  const Result result =
-      RunImu(BeginningOfTheSampleRun(21), {"--size", "64x48", "--distance", "2.25", "--scale", "1.5",
-                                           "--base-rpy", "-10,20,30", "--frames", "2"});
+  const Result result = RunImu(BeginningOfTheSampleRun(21), {"--size", "64x48", "--distance", "2.25", "--scale", "1.5",
+                                                             "--base-rpy", "-10,20,30", "--frames", "2"});
   EXPECT_EQ(result.status, 0) << Log();
   EXPECT_THAT(Log(), HasSubstr("[Orbisk] Requested texture size: 64x48\n"));
   EXPECT_THAT(Log(), HasSubstr("[Orbisk] Camera distance set to: 2.25\n"));
@@ -343,8 +339,7 @@ TEST_F(ProgramTest, SizeViewAndFrameOptionsReachThePlugin) {
 TEST_F(ProgramTest, RunEndsAfterItsSeconds) {
   const Result result = RunImu(kImu, {"--seconds", "0.5"});
   EXPECT_EQ(result.status, 0) << Log();
-  EXPECT_EQ(Figure(result.out, "commands sent"), 51 + 5)
-      << "those of half a second, the first and the last included";
+  EXPECT_EQ(Figure(result.out, "commands sent"), 51 + 5) << "those of half a second, the first and the last included";
 }
 
 TEST_F(ProgramTest, WithoutDisplayAndPlatformSurfacelessIsChosen) {
@@ -382,8 +377,7 @@ TEST_F(ProgramTest, TheShortestRunHasAPicture) {
 }
 
 TEST_F(ProgramTest, StandardInputIsFollowedToItsEnd) {
-  const Result result =
-      RunImu("-", {}, kSurfaceless, "t,qx,qy,qz,qw\n0,0,0,0,1\n0.2,0,0,0.1,0.99\n0.4,0,0,0.2,0.97\n");
+  const Result result = RunImu("-", {}, kSurfaceless, "t,qx,qy,qz,qw\n0,0,0,0,1\n0.2,0,0,0.1,0.99\n0.4,0,0,0.2,0.97\n");
   EXPECT_EQ(result.status, 0) << result.err << Log();
   EXPECT_THAT(result.out, HasSubstr(" ms, of 3 orientations\n"));
   EXPECT_TRUE(ShowsTheModel(Out() + "/frame_01.png"));
@@ -401,8 +395,7 @@ TEST_F(ProgramTest, WindowRunShowsFramesUnderAnXServer) {
   const std::string input = folder_.Write("no input", "");
   const int no_input = open(input.c_str(), O_RDONLY | O_CLOEXEC);
   const TempFolder server_folder;
-  Process server(server_folder,
-                 {"Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24", "-nolisten", "tcp"}, {},
+  Process server(server_folder, {"Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24", "-nolisten", "tcp"}, {},
                  no_input);
   const std::string display = ":" + server.FirstLine();
   const Result result = RunImu(kImu, {"--window", "--seconds", "0.5"}, {{"DISPLAY", display}});
@@ -428,9 +421,7 @@ class LiveRunTest : public ProgramTest {
  protected:
   LiveRunTest() { sensor_.Write("roll,pitch,yaw\n0,0,0\n"); }
 
-  std::vector<std::string> Command() const {
-    return HostCommand({"--model", kModel, "--imu", "-", "--out", Out()});
-  }
+  std::vector<std::string> Command() const { return HostCommand({"--model", kModel, "--imu", "-", "--out", Out()}); }
   Process Start(int error_output = -1) {
     return Process(folder_, Command(), kSurfaceless, sensor_.reading_end(), error_output);
   }
@@ -475,8 +466,7 @@ TEST_F(LiveRunTest, ClosedTerminalMayBeToldTwice) {
   Process process = Start();
   process.FirstLine();
   kill(process.id(), SIGHUP);
-  while (Log().find("StopRendering called") == std::string::npos && process.running())
-    std::this_thread::yield();
+  while (Log().find("StopRendering called") == std::string::npos && process.running()) std::this_thread::yield();
   kill(process.id(), SIGHUP);
   EXPECT_EQ(process.Wait().status, 0);
   ExpectAllPictures();
@@ -517,9 +507,8 @@ TEST_F(LiveRunTest, ReaderThatGoesAwayLosesTheReportAndNoPicture) {
   EndInput();
   const Result result = process.Wait();
   EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.err,
-            "orbisk_host: nobody reads standard output any more; the report is lost; the pictures are in " +
-                Out() + "\n");
+  EXPECT_EQ(result.err, "orbisk_host: nobody reads standard output any more; the report is lost; the pictures are in " +
+                            Out() + "\n");
   ExpectAllPictures();
 }
 
@@ -579,20 +568,15 @@ TEST_F(ProgramTest, ModelThatIsRefusedIsExplained) {
 
 TEST_F(ProgramTest, ModelWithANumberThatIsNoneIsExplained) {
   const std::string json = R"({"meshes":[{"primitives":[{"attributes":{"POSITION":99999999999}}]}]})";
-  const auto word = [](size_t number) {
-    return std::string(1, static_cast<char>(number)) + std::string(3, '\0');
-  };
-  const std::string model =
-      folder_.Write("device.glb", "glTF" + word(2) + word(28 + json.size()) + word(json.size()) + "JSON" +
-                                      json + word(0) + std::string("BIN\0", 4));
+  const auto word = [](size_t number) { return std::string(1, static_cast<char>(number)) + std::string(3, '\0'); };
+  const std::string model = folder_.Write("device.glb", "glTF" + word(2) + word(28 + json.size()) + word(json.size()) +
+                                                            "JSON" + json + word(0) + std::string("BIN\0", 4));
   const Result result = Run({"--model", model, "--imu", kImu, "--out", Out()});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(
-      result.err,
-      "orbisk_host: cannot load the model " + model +
-          ": it has a whole number that cannot be read; it is damaged or its exporter is: export "
-          "it again (an exception left the plug-in's handler: stoi)" +
-          LogHint());
+  EXPECT_EQ(result.err, "orbisk_host: cannot load the model " + model +
+                            ": it has a whole number that cannot be read; it is damaged or its exporter is: export "
+                            "it again (an exception left the plug-in's handler: stoi)" +
+                            LogHint());
 }
 
 TEST_F(ProgramTest, ModelThatIsAPipeIsRefusedBeforeAnythingStarts) {
@@ -653,8 +637,7 @@ TEST_F(ProgramTest, ImuFileWithoutSamplesIsRefused) {
   const std::string imu = folder_.Write("empty.csv", "t,roll,pitch,yaw\n");
   const Result result = RunImu(imu);
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err,
-            "orbisk_host: " + imu + ": expected samples after the header, found the end of the input\n");
+  EXPECT_EQ(result.err, "orbisk_host: " + imu + ": expected samples after the header, found the end of the input\n");
 }
 
 TEST_F(ProgramTest, MalformedLineFromASensorEndsTheRunAfterItsPictures) {
@@ -669,10 +652,9 @@ TEST_F(ProgramTest, MalformedLineFromASensorEndsTheRunAfterItsPictures) {
 TEST_F(ProgramTest, EmptyStandardInputIsRefused) {
   const Result result = RunImu("-", {}, kSurfaceless, "");
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(
-      result.err,
-      "orbisk_host: standard input: expected a header naming either qx,qy,qz,qw or roll,pitch,yaw (and t, if "
-      "any), found the end of the input\n");
+  EXPECT_EQ(result.err,
+            "orbisk_host: standard input: expected a header naming either qx,qy,qz,qw or roll,pitch,yaw (and t, if "
+            "any), found the end of the input\n");
   EXPECT_FALSE(Exists("contact_sheet.png"));
 }
 
@@ -680,31 +662,27 @@ TEST_F(ProgramTest, MissingEglIsExplained) {
   const Result result = RunImu(kImu, {}, {{"EGL_PLATFORM", "x11"}});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.out, "");
-  EXPECT_EQ(
-      result.err,
-      "orbisk_host: createTexture failed: INIT_FAILED: Failed to initialize EGL renderer: OpenGL ES needs a "
-      "display that runs (DISPLAY is not set, WAYLAND_DISPLAY is not set), or EGL_PLATFORM=surfaceless to "
-      "draw "
-      "without one (EGL_PLATFORM is \"x11\"), and the packages libegl1, libgles2, libegl-mesa0 and "
-      "libgl1-mesa-dri" +
-          LogHint());
+  EXPECT_EQ(result.err,
+            "orbisk_host: createTexture failed: INIT_FAILED: Failed to initialize EGL renderer: OpenGL ES needs a "
+            "display that runs (DISPLAY is not set, WAYLAND_DISPLAY is not set), or EGL_PLATFORM=surfaceless to "
+            "draw "
+            "without one (EGL_PLATFORM is \"x11\"), and the packages libegl1, libgles2, libegl-mesa0 and "
+            "libgl1-mesa-dri" +
+                LogHint());
 }
 
 TEST_F(ProgramTest, WindowNeedsADisplay) {
   const Result result = RunImu(kImu, {"--window"});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(
-      result.err,
-      "orbisk_host: cannot open a window: neither DISPLAY nor WAYLAND_DISPLAY is set; --headless needs no "
-      "display\n");
+  EXPECT_EQ(result.err,
+            "orbisk_host: cannot open a window: neither DISPLAY nor WAYLAND_DISPLAY is set; --headless needs no "
+            "display\n");
 }
 
 TEST_F(ProgramTest, WindowNeedsADisplayThatRuns) {
-  const Result result =
-      RunImu(kImu, {"--window"}, {{"DISPLAY", ":987"}, {"XDG_RUNTIME_DIR", folder_.path()}});
+  const Result result = RunImu(kImu, {"--window"}, {{"DISPLAY", ":987"}, {"XDG_RUNTIME_DIR", folder_.path()}});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err,
-            "orbisk_host: cannot open a window: x11,wayland not available; --headless needs no display\n");
+  EXPECT_EQ(result.err, "orbisk_host: cannot open a window: x11,wayland not available; --headless needs no display\n");
 }
 
 TEST_F(ProgramTest, FolderThatCannotBeWrittenIsNamed) {
@@ -728,8 +706,7 @@ class MisbehaviourTest : public ProgramTest {
   Result RunWith(const std::string& misbehaviour, const std::string& imu = kImu,
                  std::vector<std::string> arguments = {}) {
     arguments.insert(arguments.begin(), {"--plugin", ORBISK_MISBEHAVING_PLUGIN});
-    return RunImu(imu, std::move(arguments),
-                  {{"EGL_PLATFORM", "surfaceless"}, {"ORBISK_MISBEHAVIOUR", misbehaviour}});
+    return RunImu(imu, std::move(arguments), {{"EGL_PLATFORM", "surfaceless"}, {"ORBISK_MISBEHAVIOUR", misbehaviour}});
   }
 };
 
@@ -738,8 +715,7 @@ TEST_F(MisbehaviourTest, ExceptionFromThePluginsHandlerIsOneLine) {
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(
       result.err,
-      "orbisk_host: createTexture failed: an exception left the plug-in's handler: thrown by the plug-in" +
-          LogHint());
+      "orbisk_host: createTexture failed: an exception left the plug-in's handler: thrown by the plug-in" + LogHint());
 }
 
 TEST_F(MisbehaviourTest, SilenceIsOneLine) {

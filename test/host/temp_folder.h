@@ -36,8 +36,7 @@ class TempFolder {
   /// What is in it, in order.
   std::vector<std::string> Names() const {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(path_))
-      names.push_back(entry.path().filename());
+    for (const auto& entry : std::filesystem::directory_iterator(path_)) names.push_back(entry.path().filename());
     std::sort(names.begin(), names.end());
     return names;
   }

@@ -114,8 +114,7 @@ TEST_F(ViewerTest, LatencyOfOtherCommandsIsKeptApart) {
 
 TEST_F(ViewerTest, ErrorEnvelopeBecomesACommandError) {
   AnswerWithError("NO_MODEL", "Model not loaded");
-  EXPECT_EQ(FailureOf([&] { viewer_.StartRendering(); }),
-            "startRendering failed: NO_MODEL: Model not loaded");
+  EXPECT_EQ(FailureOf([&] { viewer_.StartRendering(); }), "startRendering failed: NO_MODEL: Model not loaded");
   EXPECT_EQ(code_, "NO_MODEL");
   EXPECT_EQ(message_, "Model not loaded");
 }
@@ -139,8 +138,7 @@ TEST_F(ViewerTest, EmptyAnswerMeansNotImplemented) {
 
 TEST_F(ViewerTest, AnswerOfTheWrongTypeIsAFailure) {
   AnswerWith(int32_t{7});
-  EXPECT_EQ(FailureOf([&] { viewer_.CreateTexture(1, 1); }),
-            "createTexture failed: the answer is no 64-bit integer");
+  EXPECT_EQ(FailureOf([&] { viewer_.CreateTexture(1, 1); }), "createTexture failed: the answer is no 64-bit integer");
   EXPECT_EQ(FailureOf([&] { viewer_.Dispose(); }), "dispose failed: the answer is not true");
   AnswerWith(false);
   EXPECT_EQ(FailureOf([&] { viewer_.Dispose(); }), "dispose failed: the answer is not true");

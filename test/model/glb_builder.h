@@ -55,8 +55,7 @@ class JsonObject {
 
   std::string Text() const {
     std::string text;
-    for (const Field& field : fields_)
-      text += (text.empty() ? "\"" : ",\"") + field.key + "\":" + field.value;
+    for (const Field& field : fields_) text += (text.empty() ? "\"" : ",\"") + field.key + "\":" + field.value;
     return "{" + text + "}";
   }
 
@@ -81,9 +80,8 @@ class JsonChanges {
     std::vector<JsonObject::Field>& fields = object.fields_;
     std::ptrdiff_t added = 0;
     for (const Change& change : changes_) {
-      const auto field = std::find_if(fields.begin(), fields.end(), [&](const JsonObject::Field& candidate) {
-        return candidate.key == change.key;
-      });
+      const auto field = std::find_if(fields.begin(), fields.end(),
+                                      [&](const JsonObject::Field& candidate) { return candidate.key == change.key; });
       if (!change.value) {
         if (field != fields.end()) fields.erase(field);
       } else if (field != fields.end()) {
@@ -120,9 +118,7 @@ class Accessor {
   // Last word on the accessor's and on the view's JSON.
   Accessor& Field(const std::string& key, const std::string& value) { return fields_.Set(key, value), *this; }
   Accessor& Without(const std::string& key) { return fields_.Remove(key), *this; }
-  Accessor& ViewField(const std::string& key, const std::string& value) {
-    return view_fields_.Set(key, value), *this;
-  }
+  Accessor& ViewField(const std::string& key, const std::string& value) { return view_fields_.Set(key, value), *this; }
   Accessor& ViewWithout(const std::string& key) { return view_fields_.Remove(key), *this; }
 
   size_t count() const { return data_.size() / element_size_; }
@@ -196,9 +192,7 @@ class Mesh {
     return primitive_fields_.Set(key, value), *this;
   }
   Mesh& PrimitiveWithout(const std::string& key) { return primitive_fields_.Remove(key), *this; }
-  Mesh& Attribute(const std::string& key, const std::string& value) {
-    return attributes_.Set(key, value), *this;
-  }
+  Mesh& Attribute(const std::string& key, const std::string& value) { return attributes_.Set(key, value), *this; }
   Mesh& WithoutAttribute(const std::string& key) { return attributes_.Remove(key), *this; }
 
   /// A further primitive, given as a whole, behind the one that the builder makes.

@@ -66,9 +66,8 @@ TEST(GlbBuilderTest, AMeshBecomesAccessorsAndViewsOfItsOwn) {
             R"({"buffer":0,"byteOffset":16,"byteLength":12},)"
             R"({"byteStride":2,"buffer":0,"byteOffset":28,"byteLength":2}],)"
             R"("buffers":[{"byteLength":30}]})");
-  EXPECT_EQ(glb.BinData(),
-            (Bytes{0xEE, 0xEE, 0xEE, 0xEE, 0,    0, 0x80, 0x3F, 0,    0, 0x00, 0x40, 0,    0, 0x40,
-                   0x40, 0,    0,    0x80, 0x40, 0, 0,    0xA0, 0x40, 0, 0,    0xC0, 0x40, 7, 0}));
+  EXPECT_EQ(glb.BinData(), (Bytes{0xEE, 0xEE, 0xEE, 0xEE, 0,    0, 0x80, 0x3F, 0,    0, 0x00, 0x40, 0,    0, 0x40,
+                                  0x40, 0,    0,    0x80, 0x40, 0, 0,    0xA0, 0x40, 0, 0,    0xC0, 0x40, 7, 0}));
 }
 
 // ---- Files that are refused -------------------------------------------------------------------------------
@@ -110,8 +109,7 @@ std::vector<BadFile> BadFiles() {
        Good().WithoutBin().JsonLength(json + 1).JsonType(kOtherType).Build(), kSilent},
       {"JSON length 2^32 - 1", Good().JsonLength(0xFFFFFFFF).Build(), kSilent},
       {"JSON length that wraps to the header", Good().JsonLength(0xFFFFFFEC).Build(), kSilent},
-      {"JSON length that wraps to itself", Good().JsonLength(0xFFFFFFF0).JsonType(kOtherType).Build(),
-       kSilent},
+      {"JSON length that wraps to itself", Good().JsonLength(0xFFFFFFF0).JsonType(kOtherType).Build(), kSilent},
       {"JSON length 2^31", Good().JsonLength(0x80000000).Build(), kSilent},
 
       {"first chunk of another type", Good().JsonType(kOtherType).Build(), kNotJson},
@@ -126,8 +124,7 @@ std::vector<BadFile> BadFiles() {
       {"BIN length alone", Good().TruncatedTo(20 + json + 4).Build(), kSilent},
       {"seven bytes of BIN header", Good().TruncatedTo(20 + json + 7).Build(), kSilent},
       {"BIN one byte longer than the file", Good().BinLength(bin + 1).Build(), kSilent},
-      {"BIN one byte longer than the file, other type", Good().BinLength(bin + 1).BinType(kOtherType).Build(),
-       kSilent},
+      {"BIN one byte longer than the file, other type", Good().BinLength(bin + 1).BinType(kOtherType).Build(), kSilent},
       {"BIN length 2^32 - 1", Good().BinLength(0xFFFFFFFF).Build(), kSilent},
       {"BIN length that wraps to the JSON", Good().BinLength(0xFFFFFFF8 - json).Build(), kSilent},
       {"BIN length 2^31", Good().BinLength(0x80000000).Build(), kSilent},
@@ -137,16 +134,11 @@ std::vector<BadFile> BadFiles() {
       {"second chunk is JSON", Good().BinType(0x4E4F534A).Build(), kNotBin},
       {"second chunk of another type, empty", Good().Bin({}).BinType(kOtherType).Build(), kNotBin},
       {"BIN as the third chunk",
-       Good()
-           .BinLength(4)
-           .BinType(kOtherType)
-           .Bin({0, 0, 0, 0, 4, 0, 0, 0, 'B', 'I', 'N', 0, 1, 2, 3, 4})
-           .Build(),
+       Good().BinLength(4).BinType(kOtherType).Bin({0, 0, 0, 0, 4, 0, 0, 0, 'B', 'I', 'N', 0, 1, 2, 3, 4}).Build(),
        kNotBin},
   };
   for (size_t size = 12; size < 20; ++size) {
-    files.push_back(
-        {"a good header cut to " + std::to_string(size), Good().TruncatedTo(size).Build(), kSilent});
+    files.push_back({"a good header cut to " + std::to_string(size), Good().TruncatedTo(size).Build(), kSilent});
   }
   return files;
 }
@@ -364,8 +356,7 @@ TEST(GlbContainerTest, WhatIsNotLookedAtMakesNoDifference) {
       {"total length one too large", Good().TotalLength(20 + json + 8 + BinSize() + 1)},
       {"total length 2^32 - 1", Good().TotalLength(0xFFFFFFFF)},
       {"a byte behind BIN", Good().Trailing({1})},
-      {"what looks like a BIN header behind BIN",
-       Good().Trailing({0xFF, 0xFF, 0xFF, 0xFF, 'B', 'I', 'N', 0})},
+      {"what looks like a BIN header behind BIN", Good().Trailing({0xFF, 0xFF, 0xFF, 0xFF, 'B', 'I', 'N', 0})},
       {"a third chunk that is too long", Good().Trailing({0xFF, 0xFF, 0xFF, 0xFF, 'X', 'X', 'X', 'X'})},
       {"BIN ends before the file", Good().BinLength(static_cast<uint32_t>(Good().BinData().size()))},
   };
@@ -460,8 +451,7 @@ TEST(GlbContainerTest, BinBeginsRightBehindJsonOfAnyLength) {
 TEST(GlbContainerTest, BinBehindTheNextMultipleOfFourIsNotFound) {
   const std::string json = R"({"meshes":[]} )";
   ASSERT_EQ(json.size() % 4, 2u);
-  const Loaded loaded =
-      Load(Glb().Json(json).JsonLength(static_cast<uint32_t>(json.size())).Bin({1, 2, 3, 4}));
+  const Loaded loaded = Load(Glb().Json(json).JsonLength(static_cast<uint32_t>(json.size())).Bin({1, 2, 3, 4}));
   EXPECT_FALSE(loaded.ok);
   EXPECT_EQ(loaded.log, "");
 }

@@ -97,8 +97,7 @@ TEST(ParseIntFieldTest, TheFirstRunOfDigitsAndMinusSignsBehindTheColonIsTheValue
       {"a colon before the key", R"({"a":1,"count" 5:6})", 6},
       {"another key between the key and its colon", R"({"count","other":8})", 8},
   };
-  for (const IntegerRow& row : kRows)
-    EXPECT_EQ(parse_int_field(row.text, "count", -99), row.value) << row.name;
+  for (const IntegerRow& row : kRows) EXPECT_EQ(parse_int_field(row.text, "count", -99), row.value) << row.name;
 }
 
 TEST(ParseIntFieldTest, AColonWithinTheKeyIsTakenForTheOneBehindIt) {
@@ -117,8 +116,7 @@ TEST(ParseIntFieldTest, AValueThatIsNoNumberYieldsTheNextNumberInTheText) {
       {"a digit in the next key", R"({"count":null,"TEXCOORD_3":12})", 3},
       {"a minus sign before a digit in the next key", R"({"count":null,"a-3":12})", -3},
   };
-  for (const IntegerRow& row : kRows)
-    EXPECT_EQ(parse_int_field(row.text, "count", -99), row.value) << row.name;
+  for (const IntegerRow& row : kRows) EXPECT_EQ(parse_int_field(row.text, "count", -99), row.value) << row.name;
 }
 
 TEST(ParseIntFieldTest, AStringValueThatReadsLikeTheKeyIsTakenForIt) {
@@ -198,8 +196,7 @@ TEST(ParseAttributeIndexTest, TheFirstRunOfDigitsBehindTheColonIsTheValue) {
       {"no colon", R"({"POSITION":0,"NORMAL"})", -1},
       {"no number", R"({"NORMAL":-})", -1},
   };
-  for (const IntegerRow& row : kRows)
-    EXPECT_EQ(parse_attribute_index(row.text, "NORMAL"), row.value) << row.name;
+  for (const IntegerRow& row : kRows) EXPECT_EQ(parse_attribute_index(row.text, "NORMAL"), row.value) << row.name;
 }
 
 TEST(ParseAttributeIndexTest, AValueBeyond32BitsThrowsOutOfRange) {
@@ -324,8 +321,7 @@ TEST(GetArrayElementObjectTest, BracesInStringsCountLikeAllOthers) {
   ExpectElements({
       {"a closing brace ends the element", R"({"a":[{"s":"}"},{"x":1}]})", 0, R"({"s":"})"},
       {"and hides the elements behind it", R"({"a":[{"s":"}"},{"x":1}]})", 1, kNoObject},
-      {"an opening brace keeps the element open", R"({"a":[{"s":"{"},{"x":1}]})", 0,
-       R"({"s":"{"},{"x":1}]})"},
+      {"an opening brace keeps the element open", R"({"a":[{"s":"{"},{"x":1}]})", 0, R"({"s":"{"},{"x":1}]})"},
       {"an opening brace keeps it open to the end", R"({"a":[{"s":"{"},{"x":1}])", 0, kNoObject},
       {"a pair of braces does nothing", R"({"a":[{"s":"{}"},{"x":1}]})", 1, R"({"x":1})"},
       {"a bracket within an element does nothing", R"({"a":[{"s":"]"},{"x":1}]})", 1, R"({"x":1})"},
@@ -493,9 +489,8 @@ std::string Outcome(Convert convert) {
 }
 
 TEST(ParseFloatsTest, ANumberIsReadAsTheStandardLibraryReadsIt) {
-  for (const char* text :
-       {"0.1", "0.30000001192", "1e-40", "1.1754942e-38", "1.4e-45", "7e-46", "3.4028235e38", "3.40282357e38",
-        "340282346638528859811704183484516925440", "0.8", "1e", "-.", "e", "-"}) {
+  for (const char* text : {"0.1", "0.30000001192", "1e-40", "1.1754942e-38", "1.4e-45", "7e-46", "3.4028235e38",
+                           "3.40282357e38", "340282346638528859811704183484516925440", "0.8", "1e", "-.", "e", "-"}) {
     SCOPED_TRACE(text);
     EXPECT_EQ(Outcome([&] { return parse_float(text); }), Outcome([&] { return std::stof(text); }));
   }
@@ -521,8 +516,8 @@ std::string ExactNumeral(double number, int difference = 0) {
 TEST(ParseFloatsTest, ANumberAroundTheSmallestNormalFloatIsInRangeWhereItIsOnX86) {
   const std::string kOutOfRange = "out of range: stof";
   constexpr double kSmallestNormal = 0x1p-126;
-  constexpr double kLeastOfTwentyFourBits = 0x1.ffffffp-127;    // becomes kSmallestNormal when rounded to 24 bits
-  constexpr double kLeastThatRoundsUp = 0x1.fffffep-127;        // halfway to it from the next smaller float
+  constexpr double kLeastOfTwentyFourBits = 0x1.ffffffp-127;  // becomes kSmallestNormal when rounded to 24 bits
+  constexpr double kLeastThatRoundsUp = 0x1.fffffep-127;      // halfway to it from the next smaller float
   constexpr double kLargestSubnormal = 0x1.fffffcp-127;
   const struct {
     double number;

@@ -44,8 +44,7 @@ inline std::string MeshLine(size_t index, size_t vertices, size_t indices,
 }
 
 /// The log of a file that holds a triangle and nothing else.
-inline const char kTriangleLog[] =
-    "Found 1 meshes\nMesh 0: vertices=3 indices=3 color=(0.800000,0.800000,0.800000)\n";
+inline const char kTriangleLog[] = "Found 1 meshes\nMesh 0: vertices=3 indices=3 color=(0.800000,0.800000,0.800000)\n";
 
 }  // namespace model_test
 

@@ -32,16 +32,14 @@ namespace {
 
 // Makes a locale "comma" in the folder, of nothing but its numbers: quick, and a whole country is not needed.
 void MakeCommaLocale(const TemporaryFolder& folder) {
-  const std::string text =
-      "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \".\"\ngrouping 3;3\nEND LC_NUMERIC\n";
+  const std::string text = "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \".\"\ngrouping 3;3\nEND LC_NUMERIC\n";
   const std::string source = folder.Write("comma.source", Bytes(text.begin(), text.end()));
   const std::string target = folder.PathOf("comma");
   // Forced and quiet: the categories that are missing are objected to and made all the same.
   const char* const arguments[] = {"localedef", "--no-archive", "--force",      "--quiet",
                                    "-i",        source.c_str(), target.c_str(), nullptr};
   pid_t process;
-  if (posix_spawnp(&process, arguments[0], nullptr, nullptr, const_cast<char* const*>(arguments), environ) ==
-      0) {
+  if (posix_spawnp(&process, arguments[0], nullptr, nullptr, const_cast<char* const*>(arguments), environ) == 0) {
     waitpid(process, nullptr, 0);
   }
 }

@@ -37,8 +37,7 @@ Mesh BadMesh() { return Mesh(Floats(kTrianglePositions).Field("type", "\"VEC2\""
 
 Glb WithMeshes(const std::string& meshes_field) {
   return Glb()
-      .Json("{" + meshes_field +
-            R"(,"accessors":[{"bufferView":0,"componentType":5126,"count":3,"type":"VEC3"}]})")
+      .Json("{" + meshes_field + R"(,"accessors":[{"bufferView":0,"componentType":5126,"count":3,"type":"VEC3"}]})")
       .Bin(glb_builder::BytesOf(kTrianglePositions));
 }
 
@@ -96,10 +95,8 @@ TEST(LoadGlbModelTest, WithoutMeshesTheLogSaysZeroAndTheLoadFails) {
 }
 
 TEST(LoadGlbModelTest, OnlyObjectsDirectlyInTheArrayAreMeshes) {
-  const std::string kMesh =
-      R"({"primitives":[{"attributes":{"POSITION":0}},{},{"a":{"b":{}}}],"extras":{"c":[{}]}})";
-  const Loaded loaded =
-      Load(WithMeshes(R"("meshes":[1,)" + kMesh + ",null," + kMesh + R"(],"nodes":[{},{}])"));
+  const std::string kMesh = R"({"primitives":[{"attributes":{"POSITION":0}},{},{"a":{"b":{}}}],"extras":{"c":[{}]}})";
+  const Loaded loaded = Load(WithMeshes(R"("meshes":[1,)" + kMesh + ",null," + kMesh + R"(],"nodes":[{},{}])"));
   EXPECT_TRUE(loaded.ok);
   EXPECT_EQ(loaded.log, "Found 2 meshes\n" + MeshLine(0, 3, 3) + MeshLine(1, 3, 3));
 }
@@ -148,8 +145,7 @@ TEST(LoadGlbModelTest, MoreThanTenMeshesAreNumberedInDecimal) {
 // ---- The model and the log --------------------------------------------------------------------------------
 
 TEST(LoadGlbModelTest, TheMeshesThatDecodeMakeTheModelAndTheOthersAreReported) {
-  const Mesh cube =
-      Mesh(Floats(std::vector<float>(72, 1.0f))).Indices(Ushorts(std::vector<uint16_t>(36, 23)));
+  const Mesh cube = Mesh(Floats(std::vector<float>(72, 1.0f))).Indices(Ushorts(std::vector<uint16_t>(36, 23)));
   const Mesh red = Mesh(Floats(std::vector<float>(24, 2.0f))).Indices(Ushorts(std::vector<uint16_t>(36, 7)));
   const Loaded loaded = Load(Glb().Add(cube).Add(BadMesh()).Add(Mesh(red).Color("1.0, 0.0, 0.0, 0.5")));
   EXPECT_TRUE(loaded.ok);
@@ -201,8 +197,7 @@ TEST(LoadGlbModelTest, TheLogIsAppendedToAndTheModelReplaced) {
     ASSERT_EQ(model.meshes.size(), 1u);
     EXPECT_EQ(model.meshes[0].positions, kTrianglePositions);
   }
-  const std::string once =
-      "Found 2 meshes\n" + MeshLine(0, 3, 3) + "Failed to load mesh 1: fail: pos type\n\n";
+  const std::string once = "Found 2 meshes\n" + MeshLine(0, 3, 3) + "Failed to load mesh 1: fail: pos type\n\n";
   EXPECT_EQ(log, "before\n" + once + once);
 }
 
@@ -255,9 +250,7 @@ class ColorTest : public ::testing::Test {
     ASSERT_EQ(loaded.model.meshes.size(), 1u) << loaded.log;
     EXPECT_EQ(loaded.model.meshes[0].color, color);
   }
-  void ExpectColor(const Mesh& mesh, const std::array<float, 4>& color) {
-    ExpectColor(Glb().Add(mesh), color);
-  }
+  void ExpectColor(const Mesh& mesh, const std::array<float, 4>& color) { ExpectColor(Glb().Add(mesh), color); }
   void ExpectDefault(const Mesh& mesh) { ExpectColor(mesh, {0.8f, 0.8f, 0.8f, 1.0f}); }
 };
 
@@ -324,17 +317,16 @@ TEST_F(ColorTest, AMaterialWithoutAUsableBaseColourGivesTheDefault) {
 }
 
 TEST_F(ColorTest, TheRestOfAMaterialIsIgnored) {
-  ExpectColor(
-      Triangle().Material(R"({"name":"r]e[d","emissiveFactor":[9,9,9],"alphaMode":"MASK","alphaCutoff":0.1,)"
-                          R"("pbrMetallicRoughness":{"baseColorTexture":{"index":0},"metallicFactor":0.3,)"
-                          R"("baseColorFactor":[0,1,0,1],"roughnessFactor":0.9},"doubleSided":true})"),
-      {0, 1, 0, 1});
+  ExpectColor(Triangle().Material(R"({"name":"r]e[d","emissiveFactor":[9,9,9],"alphaMode":"MASK","alphaCutoff":0.1,)"
+                                  R"("pbrMetallicRoughness":{"baseColorTexture":{"index":0},"metallicFactor":0.3,)"
+                                  R"("baseColorFactor":[0,1,0,1],"roughnessFactor":0.9},"doubleSided":true})"),
+              {0, 1, 0, 1});
 }
 
 TEST_F(ColorTest, TheFirstArrayBehindTheKeyIsTakenAlsoThatOfAnotherKey) {
-  ExpectColor(Triangle().Material(
-                  R"({"pbrMetallicRoughness":{"baseColorFactor":null,"extras":[0,0,1],"more":[1,1,1]}})"),
-              {0, 0, 1, 1});
+  ExpectColor(
+      Triangle().Material(R"({"pbrMetallicRoughness":{"baseColorFactor":null,"extras":[0,0,1],"more":[1,1,1]}})"),
+      {0, 0, 1, 1});
 }
 
 TEST_F(ColorTest, TheFirstObjectBehindTheKeyIsTakenAlsoThatOfAnotherKey) {
@@ -343,8 +335,7 @@ TEST_F(ColorTest, TheFirstObjectBehindTheKeyIsTakenAlsoThatOfAnotherKey) {
 }
 
 TEST_F(ColorTest, ABaseColourDeeperInTheObjectIsFound) {
-  ExpectColor(Triangle().Material(R"({"pbrMetallicRoughness":{"extras":{"baseColorFactor":[0,0,1]}}})"),
-              {0, 0, 1, 1});
+  ExpectColor(Triangle().Material(R"({"pbrMetallicRoughness":{"extras":{"baseColorFactor":[0,0,1]}}})"), {0, 0, 1, 1});
 }
 
 TEST_F(ColorTest, AnObjectThatIsNeverClosedGivesTheDefault) {
@@ -367,8 +358,7 @@ TEST_F(ColorTest, EachMeshHasTheColourOfItsOwnMaterial) {
                                  .Add(Triangle().PrimitiveField("material", "1"))
                                  .Add(Triangle().PrimitiveField("material", "0")));
   EXPECT_EQ(loaded.log, "Found 5 meshes\n" + MeshLine(0, 3, 3, "1.000000,0.000000,0.000000") +
-                            MeshLine(1, 3, 3, "0.000000,1.000000,0.000000") +
-                            MeshLine(2, 3, 3, kDefaultColor) +
+                            MeshLine(1, 3, 3, "0.000000,1.000000,0.000000") + MeshLine(2, 3, 3, kDefaultColor) +
                             MeshLine(3, 3, 3, "0.000000,1.000000,0.000000") +
                             MeshLine(4, 3, 3, "1.000000,0.000000,0.000000"));
 }
@@ -387,8 +377,7 @@ TEST_F(ColorTest, TheLogShowsSixDecimalsAndNoAlpha) {
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.numbers);
-    EXPECT_EQ(Load(Glb().Add(Triangle().Color(row.numbers))).log,
-              "Found 1 meshes\n" + MeshLine(0, 3, 3, row.shown));
+    EXPECT_EQ(Load(Glb().Add(Triangle().Color(row.numbers))).log, "Found 1 meshes\n" + MeshLine(0, 3, 3, row.shown));
   }
 }
 
@@ -399,13 +388,11 @@ class NumberErrorTest : public ::testing::Test {
   // A good mesh, the bad one, a good mesh: the first one stays, the others are never reached.
   template <typename Exception>
   void ExpectThrow(const Mesh& bad, const char* what) {
-    const std::string path =
-        folder_.Write("model.glb", Glb().Add(Mesh(Floats({1, 2, 3}))).Add(bad).Add(Triangle()));
+    const std::string path = folder_.Write("model.glb", Glb().Add(Mesh(Floats({1, 2, 3}))).Add(bad).Add(Triangle()));
     GLBModel model = PreviousModel();
     std::string log = "before\n";
     for (std::string* used_log : {&log, static_cast<std::string*>(nullptr)}) {
-      EXPECT_THAT([&] { return load_glb_model(path, model, used_log); },
-                  ThrowsMessage<Exception>(StrEq(what)));
+      EXPECT_THAT([&] { return load_glb_model(path, model, used_log); }, ThrowsMessage<Exception>(StrEq(what)));
       ASSERT_EQ(model.meshes.size(), 1u);
       EXPECT_THAT(model.meshes[0].positions, ElementsAre(1, 2, 3));
     }
@@ -442,8 +429,7 @@ TEST_F(NumberErrorTest, AColourTooLargeBehindTheFourthLeavesAsOutOfRange) {
 TEST_F(NumberErrorTest, LoadGlbMeshLetsItThroughAndLeavesTheMeshUntouched) {
   const std::string path = folder_.Write("model.glb", Glb().Add(Triangle()).Add(Triangle().Color("1, 0, .")));
   MeshData mesh = PreviousModel().meshes[0];
-  EXPECT_THAT([&] { return load_glb_mesh(path, mesh, nullptr); },
-              ThrowsMessage<std::invalid_argument>(StrEq("stof")));
+  EXPECT_THAT([&] { return load_glb_mesh(path, mesh, nullptr); }, ThrowsMessage<std::invalid_argument>(StrEq("stof")));
   EXPECT_THAT(mesh.positions, ElementsAre(7, 7, 7));
 }
 

@@ -106,8 +106,8 @@ Glb BetweenGoodOnes(const Mesh& bad) { return Glb().Add(Triangle()).Add(bad).Add
 void ExpectLeftOut(const Mesh& bad, const std::string& message) {
   const Loaded loaded = Load(BetweenGoodOnes(bad));
   EXPECT_TRUE(loaded.ok);
-  EXPECT_EQ(loaded.log, "Found 3 meshes\n" + MeshLine(0, 3, 3) + "Failed to load mesh 1: " + message + "\n" +
-                            MeshLine(2, 3, 3));
+  EXPECT_EQ(loaded.log,
+            "Found 3 meshes\n" + MeshLine(0, 3, 3) + "Failed to load mesh 1: " + message + "\n" + MeshLine(2, 3, 3));
   ASSERT_EQ(loaded.model.meshes.size(), 2u);
   for (const MeshData& mesh : loaded.model.meshes) {
     EXPECT_EQ(mesh.positions, kTrianglePositions);
@@ -119,8 +119,7 @@ TEST(RangeCheckTest, PositionsOutsideBinAreRefused) {
   // BIN: 44 to 80 positions, 80 to 86 indices, 88 to 130 the last mesh, 132 with the padding.
   const auto bad = [](const Accessor& positions) { return Mesh(positions).Indices(Ushorts({0, 1, 2})); };
   const Accessor good = Floats(kTrianglePositions);
-  ExpectLeftOut(bad(Accessor(good).Field("count", "8")),
-                "fail: POSITION outside BIN: needs bytes 44 to 140 of 132\n");
+  ExpectLeftOut(bad(Accessor(good).Field("count", "8")), "fail: POSITION outside BIN: needs bytes 44 to 140 of 132\n");
   ExpectLeftOut(bad(Accessor(good).Field("byteOffset", "53")),
                 "fail: POSITION outside BIN: needs bytes 97 to 133 of 132\n");
   ExpectLeftOut(bad(Accessor(good).ViewField("byteOffset", "97")),
@@ -167,10 +166,8 @@ TEST(RangeCheckTest, AnIndexThatNamesNoVertexIsRefused) {
   ExpectLeftOut(Triangle().Indices(Ushorts({3, 1, 2})), "fail: index 0 names vertex 3" + kOf3);
   ExpectLeftOut(Triangle().Indices(Ushorts({0, 65535, 9})), "fail: index 1 names vertex 65535" + kOf3);
   ExpectLeftOut(Triangle().Indices(Uints({0, 1, 3})), "fail: index 2 names vertex 3" + kOf3);
-  ExpectLeftOut(Triangle().Indices(Uints({0, 1, 0xFFFFFFFF})),
-                "fail: index 2 names vertex 4294967295" + kOf3);
-  ExpectLeftOut(Triangle().Indices(Uints({0, 0x80000000, 2})),
-                "fail: index 1 names vertex 2147483648" + kOf3);
+  ExpectLeftOut(Triangle().Indices(Uints({0, 1, 0xFFFFFFFF})), "fail: index 2 names vertex 4294967295" + kOf3);
+  ExpectLeftOut(Triangle().Indices(Uints({0, 0x80000000, 2})), "fail: index 1 names vertex 2147483648" + kOf3);
   ExpectLeftOut(Triangle().Indices(Uints({0, 0x00010000, 2})), "fail: index 1 names vertex 65536" + kOf3);
   // Also one behind the last whole triangle, and beside normals of the file, where nothing is computed from
   // it.
@@ -191,16 +188,13 @@ TEST(RangeCheckTest, PositionsAreCheckedBeforeIndicesAndThoseBeforeNormals) {
                 "fail: POSITION outside BIN: needs bytes 1044 to 1080 of 168\n");
   ExpectLeftOut(Triangle().Normals(outside).Indices(outside_indices),
                 "fail: indices outside BIN: needs bytes 1116 to 1122 of 168\n");
-  ExpectLeftOut(Triangle().Normals(outside).Indices(Ushorts({0, 1, 3})),
-                "fail: index 2 names vertex 3 of 3\n");
-  ExpectLeftOut(Mesh(Accessor(outside).Field("type", "\"VEC2\"")).Indices(outside_indices),
-                "fail: pos type\n");
+  ExpectLeftOut(Triangle().Normals(outside).Indices(Ushorts({0, 1, 3})), "fail: index 2 names vertex 3 of 3\n");
+  ExpectLeftOut(Mesh(Accessor(outside).Field("type", "\"VEC2\"")).Indices(outside_indices), "fail: pos type\n");
 }
 
 TEST(RangeCheckTest, AWarningComesBeforeTheMessageOfTheMeshThatIsRefused) {
-  ExpectLeftOut(
-      Triangle().Indices(Ubytes({0, 1, 2})).Normals(Floats(kTrianglePositions).Field("byteOffset", "1000")),
-      "warn: unsupported index type\nfail: NORMAL outside BIN: needs bytes 1080 to 1116 of 164\n");
+  ExpectLeftOut(Triangle().Indices(Ubytes({0, 1, 2})).Normals(Floats(kTrianglePositions).Field("byteOffset", "1000")),
+                "warn: unsupported index type\nfail: NORMAL outside BIN: needs bytes 1080 to 1116 of 164\n");
 }
 
 // ---- To the last byte -------------------------------------------------------------------------------------
@@ -213,56 +207,49 @@ TEST(RangeCheckTest, AnElementMayEndWithBinAndNotOneByteBehind) {
     const char* log;
     const char* message;
   } kRows[] = {
-      {"positions", Mesh(positions), "vertices=3 indices=3",
-       "POSITION outside BIN: needs bytes 0 to 36 of 35"},
+      {"positions", Mesh(positions), "vertices=3 indices=3", "POSITION outside BIN: needs bytes 0 to 36 of 35"},
       {"one position", Mesh(Floats({1, 2, 3})), "vertices=1 indices=0",
        "POSITION outside BIN: needs bytes 0 to 12 of 11"},
-      {"positions with a stride: no gap behind the last", Mesh(Accessor(positions).Stride(20)),
-       "vertices=3 indices=3", "POSITION outside BIN: needs bytes 0 to 52 of 51"},
+      {"positions with a stride: no gap behind the last", Mesh(Accessor(positions).Stride(20)), "vertices=3 indices=3",
+       "POSITION outside BIN: needs bytes 0 to 52 of 51"},
       {"positions with an offset", Mesh(Accessor(positions).Offset(5)), "vertices=3 indices=3",
        "POSITION outside BIN: needs bytes 5 to 41 of 40"},
-      {"overlapping positions",
-       Mesh(Floats({1, 2, 3, 4, 5, 6}).Field("count", "13").ViewField("byteStride", "1")),
+      {"overlapping positions", Mesh(Floats({1, 2, 3, 4, 5, 6}).Field("count", "13").ViewField("byteStride", "1")),
        "vertices=13 indices=0", "POSITION outside BIN: needs bytes 0 to 24 of 23"},
       {"normals", Mesh(positions).Normals(positions), "vertices=3 indices=0",
        "NORMAL outside BIN: needs bytes 36 to 72 of 71"},
-      {"normals with a stride and an offset",
-       Mesh(positions).Normals(Accessor(positions).Stride(13).Offset(2)), "vertices=3 indices=0",
-       "NORMAL outside BIN: needs bytes 38 to 76 of 75"},
+      {"normals with a stride and an offset", Mesh(positions).Normals(Accessor(positions).Stride(13).Offset(2)),
+       "vertices=3 indices=0", "NORMAL outside BIN: needs bytes 38 to 76 of 75"},
       {"indices of 16 bits", Mesh(positions).Indices(Ushorts({0, 1, 2})), "vertices=3 indices=3",
        "indices outside BIN: needs bytes 36 to 42 of 41"},
       {"indices of 32 bits", Mesh(positions).Indices(Uints({0, 1, 2, 0})), "vertices=3 indices=4",
        "indices outside BIN: needs bytes 36 to 52 of 51"},
-      {"indices with an offset", Mesh(positions).Indices(Ushorts({0, 1, 2}).Offset(3)),
-       "vertices=3 indices=3", "indices outside BIN: needs bytes 39 to 45 of 44"},
+      {"indices with an offset", Mesh(positions).Indices(Ushorts({0, 1, 2}).Offset(3)), "vertices=3 indices=3",
+       "indices outside BIN: needs bytes 39 to 45 of 44"},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
     const Glb exact = Glb().Add(row.mesh).Unpadded();
     Loaded loaded = Load(exact);
     EXPECT_TRUE(loaded.ok);
-    EXPECT_EQ(loaded.log,
-              std::string("Found 1 meshes\nMesh 0: ") + row.log + " color=(0.800000,0.800000,0.800000)\n");
+    EXPECT_EQ(loaded.log, std::string("Found 1 meshes\nMesh 0: ") + row.log + " color=(0.800000,0.800000,0.800000)\n");
 
     Bytes bin = exact.BinData();
     bin.pop_back();
     loaded = Load(Glb(exact).Bin(bin));
     EXPECT_FALSE(loaded.ok);
-    EXPECT_EQ(loaded.log,
-              std::string("Found 1 meshes\nFailed to load mesh 0: fail: ") + row.message + "\n\n");
+    EXPECT_EQ(loaded.log, std::string("Found 1 meshes\nFailed to load mesh 0: fail: ") + row.message + "\n\n");
 
     // Bytes of the file behind BIN are not BIN.
     loaded = Load(Glb(exact).BinLength(static_cast<uint32_t>(bin.size())));
     EXPECT_FALSE(loaded.ok);
-    EXPECT_EQ(loaded.log,
-              std::string("Found 1 meshes\nFailed to load mesh 0: fail: ") + row.message + "\n\n");
+    EXPECT_EQ(loaded.log, std::string("Found 1 meshes\nFailed to load mesh 0: fail: ") + row.message + "\n\n");
   }
 }
 
 TEST(RangeCheckTest, NothingFitsIntoAnEmptyBin) {
-  EXPECT_EQ(
-      Load(Glb().Add(Mesh(Floats({1, 2, 3}))).Bin({})).log,
-      "Found 1 meshes\nFailed to load mesh 0: fail: POSITION outside BIN: needs bytes 0 to 12 of 0\n\n");
+  EXPECT_EQ(Load(Glb().Add(Mesh(Floats({1, 2, 3}))).Bin({})).log,
+            "Found 1 meshes\nFailed to load mesh 0: fail: POSITION outside BIN: needs bytes 0 to 12 of 0\n\n");
 }
 
 // ---- Enormous claims --------------------------------------------------------------------------------------
@@ -277,16 +264,14 @@ TEST(RangeCheckTest, EnormousNumbersNeitherWrapNorAllocate) {
     Mesh mesh;
     const char* message;
   } kRows[] = {
-      {"count", Mesh(positions().Field("count", kMost)),
-       "POSITION outside BIN: needs bytes 0 to 25769803764 of 36"},
+      {"count", Mesh(positions().Field("count", kMost)), "POSITION outside BIN: needs bytes 0 to 25769803764 of 36"},
       {"count times 12 wraps to 8 in 32 bits", Mesh(positions().Field("count", "357913942")),
        "POSITION outside BIN: needs bytes 0 to 4294967304 of 36"},
       {"count times 3 wraps in 32 bits", Mesh(positions().Field("count", "1431655766")),
        "POSITION outside BIN: needs bytes 0 to 17179869192 of 36"},
       {"stride", Mesh(positions().ViewField("byteStride", kMost)),
        "POSITION outside BIN: needs bytes 0 to 4294967306 of 36"},
-      {"four strides wrap to 0 in 32 bits",
-       Mesh(positions().Field("count", "5").ViewField("byteStride", "1073741824")),
+      {"four strides wrap to 0 in 32 bits", Mesh(positions().Field("count", "5").ViewField("byteStride", "1073741824")),
        "POSITION outside BIN: needs bytes 0 to 4294967308 of 36"},
       {"count and stride", Mesh(positions().Field("count", kMost).ViewField("byteStride", kMost)),
        "POSITION outside BIN: needs bytes 0 to 4611686011984936974 of 36"},
@@ -335,14 +320,11 @@ TEST(RangeCheckTest, EnormousChunkLengthsDoNotAllocate) {
     SCOPED_TRACE(length);
     EXPECT_LT(PeakWhileLoading(folder.Write("model.glb", Glb().Add(Triangle()).JsonLength(length))), kLittle);
     EXPECT_LT(PeakWhileLoading(folder.Write("model.glb", Glb().Add(Triangle()).BinLength(length))), kLittle);
-    EXPECT_LT(PeakWhileLoading(folder.Write("model.glb", Glb().Add(Triangle()).TotalLength(length))),
-              kLittle);
+    EXPECT_LT(PeakWhileLoading(folder.Write("model.glb", Glb().Add(Triangle()).TotalLength(length))), kLittle);
   }
 }
 
-TEST(RangeCheckTest, AFolderDoesNotAllocate) {
-  EXPECT_LT(PeakWhileLoading(TemporaryFolder().path()), kLittle);
-}
+TEST(RangeCheckTest, AFolderDoesNotAllocate) { EXPECT_LT(PeakWhileLoading(TemporaryFolder().path()), kLittle); }
 
 TEST(RangeCheckTest, OverlappingElementsTakeNoMoreThanASmallMultipleOfTheFile) {
   // The most vertices that a file can have: one per byte. Their positions and normals are 24 times as long,
@@ -452,10 +434,7 @@ void ExpectSoundOrFailed(const std::string& path) {
 
 Glb Rich() {
   return Glb()
-      .Add(Triangle()
-               .Normals(Floats(kTrianglePositions).Stride(16))
-               .Color("1, -0.5, 1e-3")
-               .Field("name", "\"a\""))
+      .Add(Triangle().Normals(Floats(kTrianglePositions).Stride(16)).Color("1, -0.5, 1e-3").Field("name", "\"a\""))
       .Add(Mesh(Floats(kTrianglePositions).Offset(4)).Indices(Uints({2, 1, 0})));
 }
 

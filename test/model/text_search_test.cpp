@@ -71,8 +71,25 @@ std::vector<std::vector<std::string>> WithMoreAndMoreBetween(const std::vector<s
 }
 
 // The braces' neighbours, what only looks like them, and bytes outside of ASCII, which carry, belong to the rest.
-const std::vector<std::string> kStructure = {"{", "}", "{", "}", "[", "]", "},{", "}]", "|", "~", "z",
-                                             "\x7f", "\x80", "\xfa", "\xfb", "\xff", std::string(1, '\0')};
+const std::vector<std::string> kStructure = {
+    "{",
+    "}",
+    "{",
+    "}",
+    "[",
+    "]",
+    "},{",
+    "}]",
+    "|",
+    "~",
+    "z",
+    "\x7f",
+    "\x80",
+    "\xfa",
+    "\xfb",
+    "\xff",
+    std::string(1, '\0'),
+};
 
 TEST(TextSearchTest, ArraysAreScannedAsByCharacters) {
   size_t found = 0, counted = 0;

@@ -57,8 +57,7 @@ TEST(BuiltLibraryTest, NeedsThePlatformLibrariesAndTheLanguagesOwn) {
     if (!sanitizer_runtime) needed.insert(name);
   }
   EXPECT_THAT(needed, UnorderedElementsAre("libflutter_elinux_x11.so", "libEGL.so.1", "libGLESv2.so.2", "libgbm.so.1",
-                                           "libX11.so.6", "libstdc++.so.6", "libm.so.6", "libgcc_s.so.1",
-                                           "libc.so.6"));
+                                           "libX11.so.6", "libstdc++.so.6", "libm.so.6", "libgcc_s.so.1", "libc.so.6"));
 }
 
 TEST(BuiltLibraryTest, CarriesNoRunPath) {

@@ -13,20 +13,19 @@ namespace {
 
 class DispatchTest : public PluginTest {};
 
-const char* const kCommands[] = {"createTexture",     "loadModel",   "startRendering",  "stopRendering",
-                                 "dispose",           "setCameraDistance", "setModelScale", "setRotation",
-                                 "setBaseRotation",   "setQuaternion",     "setBaseQuaternion"};
+const char* const kCommands[] = {"createTexture",   "loadModel",         "startRendering",   "stopRendering",
+                                 "dispose",         "setCameraDistance", "setModelScale",    "setRotation",
+                                 "setBaseRotation", "setQuaternion",     "setBaseQuaternion"};
 
 // The commands that need a viewer before they look at their arguments, and what they say without one.
-const char* const kNumberCommands[] = {"setCameraDistance", "setModelScale",  "setRotation",
+const char* const kNumberCommands[] = {"setCameraDistance", "setModelScale", "setRotation",
                                        "setBaseRotation",   "setQuaternion", "setBaseQuaternion"};
 
 TEST_F(DispatchTest, RegistrationInstallsOneHandlerForTheChannelAndSaysSo) {
   EXPECT_EQ(out_.Take(), OrbiskLines({"Plugin initialized"}));
-  EXPECT_THAT(embedder_.call_texts(),
-              ElementsAre("PluginRegistrarGetMessenger()", "RegistrarGetTextureRegistrar()",
-                          "PluginRegistrarSetDestructionHandler(callback)",
-                          "MessengerSetCallback(\"orbisk\", callback, user data)"));
+  EXPECT_THAT(embedder_.call_texts(), ElementsAre("PluginRegistrarGetMessenger()", "RegistrarGetTextureRegistrar()",
+                                                  "PluginRegistrarSetDestructionHandler(callback)",
+                                                  "MessengerSetCallback(\"orbisk\", callback, user data)"));
 }
 
 TEST_F(DispatchTest, EveryCommandIsKnownByItsName) {
@@ -44,9 +43,8 @@ TEST_F(DispatchTest, CreateTextureWithALowerCaseTIsNotImplementedAndNotLogged) {
 TEST_F(DispatchTest, AnEmptyNameIsNotImplemented) { EXPECT_EQ(Call(""), "not implemented"); }
 
 TEST_F(DispatchTest, NumberCommandsWithoutAViewerAnswerNotInitializedWhateverTheArguments) {
-  const EncodableValue kArguments[] = {EncodableValue(), EncodableValue(EncodableList{1, 2}),
-                                       Map({{"distance", 2}}), Map({{"distance", 2.0}}),
-                                       QuaternionArguments(0, 0, 0, 1)};
+  const EncodableValue kArguments[] = {EncodableValue(), EncodableValue(EncodableList{1, 2}), Map({{"distance", 2}}),
+                                       Map({{"distance", 2.0}}), QuaternionArguments(0, 0, 0, 1)};
   for (const char* command : kNumberCommands) {
     for (const EncodableValue& arguments : kArguments) {
       EXPECT_EQ(Call(command, arguments), "error NOT_INITIALIZED: Viewer state not initialized") << command;
@@ -180,12 +178,13 @@ TEST_F(DispatchTest, DestroyingThePluginStopsTheThreadUnregistersTheTextureAndWa
               ElementsAre("TextureRegistrarUnregisterExternalTexture(7, null, null)"));
   EXPECT_FALSE(embedder_.texture(id).registered);
   EXPECT_EQ(State(), nullptr);
-  EXPECT_THAT(out_.Take(), ::testing::MatchesRegex("\\[Orbisk\\] Plugin destructor called\n"
-                                                   "\\[Orbisk\\] =+\n"
-                                                   "\\[Orbisk\\] Rendering thread STOPPED \\(rendered [0-9]+ frames\\)\n"
-                                                   "\\[Orbisk\\] =+\n"
-                                                   "\\[Orbisk\\] Destroying all resources...\n"
-                                                   "\\[Orbisk\\] Plugin destroyed\n"));
+  EXPECT_THAT(out_.Take(),
+              ::testing::MatchesRegex("\\[Orbisk\\] Plugin destructor called\n"
+                                      "\\[Orbisk\\] =+\n"
+                                      "\\[Orbisk\\] Rendering thread STOPPED \\(rendered [0-9]+ frames\\)\n"
+                                      "\\[Orbisk\\] =+\n"
+                                      "\\[Orbisk\\] Destroying all resources...\n"
+                                      "\\[Orbisk\\] Plugin destroyed\n"));
 }
 
 TEST_F(DispatchTest, DestroyingThePluginAfterDisposeUnregistersNothingMore) {

@@ -92,24 +92,33 @@ std::vector<Refusal> Refusals() {
 
       {"LoadWithoutViewer", Viewer::kNone, "loadModel", list, no_texture,
        OutBanner("LoadModel called") + no_state_line},
-      {"LoadNoArguments", Viewer::kCreated, "loadModel", {}, not_a_map,
+      {"LoadNoArguments",
+       Viewer::kCreated,
+       "loadModel",
+       {},
+       not_a_map,
        OutBanner("LoadModel called") + OutLines({"ERROR: Invalid arguments"})},
       {"LoadList", Viewer::kCreated, "loadModel", list, not_a_map,
        OutBanner("LoadModel called") + OutLines({"ERROR: Invalid arguments"})},
       {"LoadWithoutPath", Viewer::kCreated, "loadModel", Map({{"path", "x.glb"}}),
-       "error INVALID_ARGS: Missing modelPath",
-       OutBanner("LoadModel called") + OutLines({"ERROR: Missing modelPath"})},
-      {"LoadPathNotAString", Viewer::kCreated, "loadModel", Map({{"modelPath", 1}}), "",
-       OutBanner("LoadModel called")},
+       "error INVALID_ARGS: Missing modelPath", OutBanner("LoadModel called") + OutLines({"ERROR: Missing modelPath"})},
+      {"LoadPathNotAString", Viewer::kCreated, "loadModel", Map({{"modelPath", 1}}), "", OutBanner("LoadModel called")},
 
-      {"StartWithoutViewer", Viewer::kNone, "startRendering", {}, no_texture,
+      {"StartWithoutViewer",
+       Viewer::kNone,
+       "startRendering",
+       {},
+       no_texture,
        OutBanner("StartRendering called") + no_state_line},
-      {"StartWithoutModel", Viewer::kCreated, "startRendering", {}, "error NO_MODEL: Model not loaded",
+      {"StartWithoutModel",
+       Viewer::kCreated,
+       "startRendering",
+       {},
+       "error NO_MODEL: Model not loaded",
        OutBanner("StartRendering called") + OutLines({"ERROR: No model loaded"})},
 
       // Nothing to do is no failure.
-      {"StopWithoutViewer", Viewer::kNone, "stopRendering", list, "success true",
-       OutLines({"StopRendering called"})},
+      {"StopWithoutViewer", Viewer::kNone, "stopRendering", list, "success true", OutLines({"StopRendering called"})},
       {"StopWithoutThread", Viewer::kCreated, "stopRendering", list, "success true",
        OutLines({"StopRendering called", "Rendering stopped"})},
       {"DisposeWithoutViewer", Viewer::kNone, "dispose", list, "success true",
@@ -142,8 +151,7 @@ std::vector<Refusal> Refusals() {
       }
       refusals.push_back({setter.method + "Without_" + odd_key, Viewer::kCreated, setter.method, Map(without),
                           "error INVALID_ARGS: " + setter.missing, ""});
-      refusals.push_back({setter.method + "Integer_" + odd_key, Viewer::kCreated, setter.method, Map(integer), "",
-                          ""});
+      refusals.push_back({setter.method + "Integer_" + odd_key, Viewer::kCreated, setter.method, Map(integer), "", ""});
     }
   }
   return refusals;
@@ -224,14 +232,13 @@ TEST_F(FailureTranscriptTest, AFailedInitializeIsAnsweredAndItsRendererStaysUnti
 TEST_F(FailureTranscriptTest, AFailedShaderIsAnsweredWithTheContextStillCurrent) {
   fake_graphics::FailCompile("0:3: no such thing");
   EXPECT_EQ(Call("createTexture", Size(4, 2)), "error SHADER_FAILED: Failed to load shaders");
-  EXPECT_EQ(TakePlatformTranscript(),
-            InitializeTranscript(1, 4, 2, ViewerWas::kNotThere) +
-                "glGetShaderiv(4, GL_COMPILE_STATUS) -> 0\n"
-                "glGetShaderiv(4, GL_INFO_LOG_LENGTH) -> 19\n"
-                "glGetShaderInfoLog(4, 19, null) -> \"0:3: no such thing\"\n"
-                "err: [EGLRenderer] Shader compile error:\n0:3: no such thing\n"
-                "err: [EGLRenderer] Failed to compile vertex shader\n" +
-                OutLines({"ERROR: Failed to load shaders"}) + AnswerTo(1));
+  EXPECT_EQ(TakePlatformTranscript(), InitializeTranscript(1, 4, 2, ViewerWas::kNotThere) +
+                                          "glGetShaderiv(4, GL_COMPILE_STATUS) -> 0\n"
+                                          "glGetShaderiv(4, GL_INFO_LOG_LENGTH) -> 19\n"
+                                          "glGetShaderInfoLog(4, 19, null) -> \"0:3: no such thing\"\n"
+                                          "err: [EGLRenderer] Shader compile error:\n0:3: no such thing\n"
+                                          "err: [EGLRenderer] Failed to compile vertex shader\n" +
+                                          OutLines({"ERROR: Failed to load shaders"}) + AnswerTo(1));
   EXPECT_EQ(fake_graphics::CurrentContext(), "context1");
 }
 
@@ -290,8 +297,8 @@ TEST_F(FailureTranscriptTest, AThreadStartedOnADisposedViewerEndsAtOnce) {
 // ---- "loadModel" -------------------------------------------------------------------------------------------
 
 std::string LoadAttempts(const std::string& path, const std::vector<std::string>& candidates) {
-  std::string text = OutBanner("LoadModel called") +
-                     OutLines({"Model path (original): " + path, "Loading GLB model..."});
+  std::string text =
+      OutBanner("LoadModel called") + OutLines({"Model path (original): " + path, "Loading GLB model..."});
   for (const std::string& candidate : candidates) text += OutLines({"Trying path: " + candidate});
   return text;
 }
@@ -309,8 +316,7 @@ TEST_F(FailureTranscriptTest, AModelFoundUnderNeitherPathIsToldOnTheErrorStream)
   EXPECT_EQ(Call("loadModel", Map({{"modelPath", "no/such.glb"}})),
             "error LOAD_FAILED: Failed to load model: fail: read file\nfail: read file\n");
   EXPECT_EQ(TakePlatformTranscript(), LoadAttempts("no/such.glb", candidates) +
-                                          LoadFailure(candidates, "fail: read file\nfail: read file\n") +
-                                          AnswerTo(2));
+                                          LoadFailure(candidates, "fail: read file\nfail: read file\n") + AnswerTo(2));
 }
 
 TEST_F(FailureTranscriptTest, ABrokenModelIsToldAndTheOneBeforeIsGone) {
@@ -319,9 +325,9 @@ TEST_F(FailureTranscriptTest, ABrokenModelIsToldAndTheOneBeforeIsGone) {
   const std::vector<std::string> candidates = {path, "data/flutter_assets/" + path};
   EXPECT_EQ(Call("loadModel", Map({{"modelPath", path}})),
             "error LOAD_FAILED: Failed to load model: fail: magic/version\nfail: read file\n");
-  EXPECT_EQ(TakePlatformTranscript(),
-            LoadAttempts(path, candidates) + LoadFailure(candidates, "fail: magic/version\nfail: read file\n") +
-                AnswerTo(3));
+  EXPECT_EQ(
+      TakePlatformTranscript(),
+      LoadAttempts(path, candidates) + LoadFailure(candidates, "fail: magic/version\nfail: read file\n") + AnswerTo(3));
   EXPECT_EQ(Call("startRendering"), "error NO_MODEL: Model not loaded");
 }
 
@@ -334,17 +340,18 @@ TEST_F(FailureTranscriptTest, AModelThatReachesOutsideItsDataIsToldMeshByMesh) {
   const std::string answer = Call("loadModel", Map({{"modelPath", path}}));
   const std::string before = "error LOAD_FAILED: Failed to load model: ";
   ASSERT_EQ(answer.substr(0, before.size()), before);
-  EXPECT_EQ(TakePlatformTranscript(), LoadAttempts(path, candidates) +
-                                          LoadFailure(candidates, answer.substr(before.size())) + AnswerTo(2));
+  EXPECT_EQ(TakePlatformTranscript(),
+            LoadAttempts(path, candidates) + LoadFailure(candidates, answer.substr(before.size())) + AnswerTo(2));
 }
 
 TEST_F(FailureTranscriptTest, ANumberOutOfRangeInTheModelLeavesTheCommandUnansweredAndTheViewerUsable) {
   CreateViewer();
-  const std::string path = folder_.Write(
-      "number.glb", glb_builder::Glb().Json(R"({"meshes":[{"primitives":[{"attributes":{"POSITION":)"
+  const std::string path =
+      folder_.Write("number.glb", glb_builder::Glb()
+                                      .Json(R"({"meshes":[{"primitives":[{"attributes":{"POSITION":)"
                                             R"(99999999999999999999}}]}]})")
-                        .Bin({0, 0, 0, 0})
-                        .Build());
+                                      .Bin({0, 0, 0, 0})
+                                      .Build());
   EXPECT_THROW(Call("loadModel", Map({{"modelPath", path}})), std::out_of_range);
   EXPECT_FALSE(embedder_.last_reply().answered());
   EXPECT_EQ(TakePlatformTranscript(), LoadAttempts(path, {path}) + kUnanswered);
@@ -358,11 +365,10 @@ TEST_F(FailureTranscriptTest, AContextThatCannotBeMadeCurrentEndsTheThreadAndOnl
   fake_graphics::FailCall("eglMakeCurrent");
   EXPECT_EQ(Call("startRendering"), "success true");
   EXPECT_EQ(Call("stopRendering"), "success true");
-  EXPECT_EQ(RenderTranscript(),
-            OutBanner("Rendering thread STARTED") +
-                "eglMakeCurrent(display1, surface1, surface1, context1) -> EGL_FALSE\n"
-                "err: [EGLRenderer] Failed to make context current\n"
-                "err: [Orbisk] ERROR: Failed to make EGL context current in rendering thread!\n");
+  EXPECT_EQ(RenderTranscript(), OutBanner("Rendering thread STARTED") +
+                                    "eglMakeCurrent(display1, surface1, surface1, context1) -> EGL_FALSE\n"
+                                    "err: [EGLRenderer] Failed to make context current\n"
+                                    "err: [Orbisk] ERROR: Failed to make EGL context current in rendering thread!\n");
   EXPECT_EQ(TakePlatformTranscript(), With(kStart, {{"id", "7"}, {"message", "3"}}) +
                                           OutLines({"StopRendering called", "Rendering stopped"}) + AnswerTo(4));
 }
@@ -382,8 +388,7 @@ TEST_F(FailureTranscriptTest, GlErrorsAreReportedInTheirFrameAndStopNothing) {
   const std::string error = "glGetError() -> GL_INVALID_OPERATION\n";
   failing_frame.replace(failing_frame.rfind(no_error), no_error.size(),
                         error + "err: [EGLRenderer] readPixels: glReadPixels error: 0x502\n");
-  failing_frame.replace(failing_frame.find(no_error), no_error.size(),
-                        error + "err: [EGLRenderer] GL error: 0x502\n");
+  failing_frame.replace(failing_frame.find(no_error), no_error.size(), error + "err: [EGLRenderer] GL error: 0x502\n");
   // A draw that fails reads no vertices.
   const std::string vertices = " a_normal {0, 0, 1, 0, 0, 1, 0, 0, 1} a_position {0, 0, 0, 1, 0, 0, 0, 1, 0}";
   failing_frame.erase(failing_frame.find(vertices), vertices.size());

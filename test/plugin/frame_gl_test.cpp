@@ -20,9 +20,7 @@ struct Vector {
 
 struct Color {
   int r, g, b, a;
-  bool operator==(const Color& other) const {
-    return r == other.r && g == other.g && b == other.b && a == other.a;
-  }
+  bool operator==(const Color& other) const { return r == other.r && g == other.g && b == other.b && a == other.a; }
 };
 
 // Where a point of the scene appears, in pixels from the top left corner: 60 degrees from top to bottom, 4:3.

@@ -52,15 +52,13 @@ void HandClock::Sleep(nanoseconds length) {
 
 extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t id, timespec* time) {
   // The system call, because the C library's own function cannot be asked for before the program has started.
-  if (id != CLOCK_MONOTONIC || t_clock == nullptr)
-    return static_cast<int>(syscall(SYS_clock_gettime, id, time));
+  if (id != CLOCK_MONOTONIC || t_clock == nullptr) return static_cast<int>(syscall(SYS_clock_gettime, id, time));
   const nanoseconds now = t_clock->Read();
   *time = {now / seconds(1), (now % seconds(1)).count()};
   return 0;
 }
 
-extern "C" __attribute__((visibility("default"))) int nanosleep(const timespec* request,
-                                                                timespec* remaining) {
+extern "C" __attribute__((visibility("default"))) int nanosleep(const timespec* request, timespec* remaining) {
   const nanoseconds length = seconds(request->tv_sec) + nanoseconds(request->tv_nsec);
   if (t_clock != nullptr) {
     t_clock->Sleep(length);

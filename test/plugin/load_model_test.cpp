@@ -69,15 +69,16 @@ TEST_F(LoadModelTest, CandidatesOfAnotherPathAreThePathAndThePathInTheBundle) {
 }
 
 TEST_F(LoadModelTest, TheBundleInTheMiddleOfAPathIsNotTakenOff) {
-  EXPECT_THAT(plugin_under_test::ModelPathCandidates("/abs/dir/data/flutter_assets/x.glb"),
-              ElementsAre("/abs/dir/data/flutter_assets/x.glb",
-                          "data/flutter_assets//abs/dir/data/flutter_assets/x.glb"));
+  EXPECT_THAT(
+      plugin_under_test::ModelPathCandidates("/abs/dir/data/flutter_assets/x.glb"),
+      ElementsAre("/abs/dir/data/flutter_assets/x.glb", "data/flutter_assets//abs/dir/data/flutter_assets/x.glb"));
 }
 
 TEST_F(LoadModelTest, AnEmptyPathIsTriedAsItIsAndAsTheBundleAlone) {
   EXPECT_THAT(plugin_under_test::ModelPathCandidates(""), ElementsAre("", "data/flutter_assets/"));
   CreateViewerQuietly();
-  EXPECT_EQ(Call("loadModel", ModelPath("")), "error LOAD_FAILED: Failed to load model: fail: read file\nfail: read file\n");
+  EXPECT_EQ(Call("loadModel", ModelPath("")),
+            "error LOAD_FAILED: Failed to load model: fail: read file\nfail: read file\n");
 }
 
 TEST_F(LoadModelTest, WithoutAViewerItAnswersNotInitializedWhateverTheArguments) {
@@ -120,10 +121,9 @@ TEST_F(LoadModelTest, AModelInTheBundleIsFoundAndTheLogHasBothAttempts) {
   folder_.Write("data/flutter_assets/device.glb", TwoMeshes());
   CreateViewerQuietly();
   EXPECT_EQ(Call("loadModel", ModelPath("device.glb")), "success true");
-  EXPECT_EQ(out_.Take(),
-            TryingLines("device.glb") +
-                OrbiskLines({"Trying path: device.glb", "Trying path: data/flutter_assets/device.glb"}) +
-                LoadedLines("data/flutter_assets/device.glb", "fail: read file\n" + kTwoMeshesLog));
+  EXPECT_EQ(out_.Take(), TryingLines("device.glb") +
+                             OrbiskLines({"Trying path: device.glb", "Trying path: data/flutter_assets/device.glb"}) +
+                             LoadedLines("data/flutter_assets/device.glb", "fail: read file\n" + kTwoMeshesLog));
   EXPECT_EQ(err_.Take(), "");
 }
 
@@ -139,9 +139,8 @@ TEST_F(LoadModelTest, BothCandidatesFailingAnswersTheWholeLogAndEmptiesTheModel)
   ASSERT_FALSE(State()->model.meshes.empty());
   EXPECT_EQ(Call("loadModel", ModelPath("broken.glb")),
             "error LOAD_FAILED: Failed to load model: fail: magic/version\nfail: read file\n");
-  EXPECT_EQ(out_.Take(),
-            TryingLines("broken.glb") +
-                OrbiskLines({"Trying path: broken.glb", "Trying path: data/flutter_assets/broken.glb"}));
+  EXPECT_EQ(out_.Take(), TryingLines("broken.glb") +
+                             OrbiskLines({"Trying path: broken.glb", "Trying path: data/flutter_assets/broken.glb"}));
   EXPECT_EQ(err_.Take(), OrbiskLines({"ERROR: Failed to load model from any path", "Tried paths:", "  - broken.glb",
                                       "  - data/flutter_assets/broken.glb",
                                       "GLB loader log: fail: magic/version\nfail: read file\n"}));
@@ -180,7 +179,8 @@ TEST_F(LoadModelTest, ARunningThreadDrawsTheNewModel) {
   const int64_t id = CreateViewer();
   Call("startRendering");
   ASSERT_TRUE(WaitForFrames(id, 1));
-  EXPECT_EQ(Call("loadModel", ModelPath("no such file")), "error LOAD_FAILED: Failed to load model: fail: read file\nfail: read file\n");
+  EXPECT_EQ(Call("loadModel", ModelPath("no such file")),
+            "error LOAD_FAILED: Failed to load model: fail: read file\nfail: read file\n");
   EXPECT_EQ(Call("loadModel", ModelPath("device.glb")), "success true");
   EXPECT_TRUE(WaitForFrames(id, 2));
 }

@@ -23,17 +23,30 @@ using ::testing::Not;
 namespace {
 
 const char* const kFrameFunctions[] = {
-    "glBindFramebuffer",         "glViewport",           "glClearColor",
-    "glClear",                   "glEnable",             "glDisable",
-    "glBlendFunc",               "glUseProgram",         "glUniformMatrix4fv",
-    "glUniform3f",               "glEnableVertexAttribArray", "glVertexAttribPointer",
-    "glDrawElements",            "glGetError",           "glDisableVertexAttribArray",
-    "glFlush",                   "glFinish",             "glReadPixels"};
+    "glBindFramebuffer",
+    "glViewport",
+    "glClearColor",
+    "glClear",
+    "glEnable",
+    "glDisable",
+    "glBlendFunc",
+    "glUseProgram",
+    "glUniformMatrix4fv",
+    "glUniform3f",
+    "glEnableVertexAttribArray",
+    "glVertexAttribPointer",
+    "glDrawElements",
+    "glGetError",
+    "glDisableVertexAttribArray",
+    "glFlush",
+    "glFinish",
+    "glReadPixels",
+};
 
 // What "createTexture" calls to destroy one renderer and to set up the next.
 const char* const kReplacementFunctions[] = {
-    "glDeleteProgram", "eglDestroyContext",       "eglDestroySurface", "eglTerminate",   "eglGetDisplay",
-    "eglInitialize",   "eglChooseConfig",         "eglCreateContext",  "eglMakeCurrent", "eglCreatePbufferSurface",
+    "glDeleteProgram",   "eglDestroyContext",        "eglDestroySurface", "eglTerminate",   "eglGetDisplay",
+    "eglInitialize",     "eglChooseConfig",          "eglCreateContext",  "eglMakeCurrent", "eglCreatePbufferSurface",
     "glGenFramebuffers", "glCheckFramebufferStatus", "glCompileShader",   "glLinkProgram"};
 
 class LockingTest : public FakeGraphicsPluginTest {
@@ -133,17 +146,16 @@ TEST_F(LockingTest, OnlyLoadModelCreateTextureAndSetRotationAnswerUnderTheLock) 
   glb_builder::TemporaryFolder folder;
   const std::string path = folder.Write("model.glb", glb_builder::Glb().Add(glb_builder::Triangle()));
   CreateViewer();
-  const std::pair<const char*, EncodableValue> kCommands[] = {
-      {"loadModel", Map({{"modelPath", path}})},
-      {"loadModel", Map({{"modelPath", "no such file"}})},
-      {"setRotation", AngleArguments(1, 2, 3)},
-      {"setBaseRotation", AngleArguments(1, 2, 3)},
-      {"setQuaternion", QuaternionArguments(0, 0, 0, 1)},
-      {"setBaseQuaternion", QuaternionArguments(0, 0, 0, 1)},
-      {"setCameraDistance", Map({{"distance", 1.0}})},
-      {"setModelScale", Map({{"scale", 1.0}})},
-      {"stopRendering", EncodableValue()},
-      {"dispose", EncodableValue()}};
+  const std::pair<const char*, EncodableValue> kCommands[] = {{"loadModel", Map({{"modelPath", path}})},
+                                                              {"loadModel", Map({{"modelPath", "no such file"}})},
+                                                              {"setRotation", AngleArguments(1, 2, 3)},
+                                                              {"setBaseRotation", AngleArguments(1, 2, 3)},
+                                                              {"setQuaternion", QuaternionArguments(0, 0, 0, 1)},
+                                                              {"setBaseQuaternion", QuaternionArguments(0, 0, 0, 1)},
+                                                              {"setCameraDistance", Map({{"distance", 1.0}})},
+                                                              {"setModelScale", Map({{"scale", 1.0}})},
+                                                              {"stopRendering", EncodableValue()},
+                                                              {"dispose", EncodableValue()}};
   std::string command;
   embedder_.SetCallHook([&](const fakes::Call& call) {
     if (call.function == "MessengerSendResponse") Note(command);
@@ -358,8 +370,7 @@ class LongHoldTest : public LockingTest {
 TEST_F(LongHoldTest, ACommandWaitsForTheIdleWaitUnderWayAndNoOther) {
   CreateTexture();
   StartRenderThread();
-  ExpectToBeLetInNext(
-      [this] { ASSERT_EQ(Call("setQuaternion", QuaternionArguments(0, 0, 0, 1)), "success true"); });
+  ExpectToBeLetInNext([this] { ASSERT_EQ(Call("setQuaternion", QuaternionArguments(0, 0, 0, 1)), "success true"); });
 }
 
 // Every frame takes longer than the frame interval, so that none is followed by a sleep.
@@ -380,8 +391,7 @@ class SlowFrameTest : public LongHoldTest {
 };
 
 TEST_F(SlowFrameTest, ACommandWaitsForTheFrameUnderWayAndNoOther) {
-  ExpectToBeLetInNext(
-      [this] { ASSERT_EQ(Call("setQuaternion", QuaternionArguments(0, 0, 0, 1)), "success true"); });
+  ExpectToBeLetInNext([this] { ASSERT_EQ(Call("setQuaternion", QuaternionArguments(0, 0, 0, 1)), "success true"); });
 }
 
 TEST_F(SlowFrameTest, AFrameRequestWaitsForTheFrameUnderWayAndNoOther) {
@@ -435,45 +445,47 @@ TEST_F(LineTest, CreateTextureWritesUnderTheLockFromTheRendererOn) {
                           "free: Reusing existing viewer state", "locked: Creating EGL renderer...",
                           "locked: EGL renderer initialized successfully", "locked: Loading shaders...",
                           "locked: Shaders loaded successfully", "locked: Context released from main thread",
-                          "locked: Creating Flutter texture variant...",
-                          "locked: Registering texture with Flutter...", kLockedBar,
-                          "locked: Texture created with ID: 8", kLockedBar));
+                          "locked: Creating Flutter texture variant...", "locked: Registering texture with Flutter...",
+                          kLockedBar, "locked: Texture created with ID: 8", kLockedBar));
 }
 
 TEST_F(LineTest, LoadModelWritesUnderTheLockFromTheFirstAttemptOn) {
   const glb_builder::TemporaryFolder folder;
   const std::string path = folder.Write("model.glb", glb_builder::Glb().Add(glb_builder::Triangle()));
   CreateViewer();
-  EXPECT_THAT(LinesWithLock([&] { Call("loadModel", Map({{"modelPath", path}})); }),
+  EXPECT_THAT(LinesWithLock([&] {
+                Call("loadModel", Map({{"modelPath", path}}));
+              }),
               ElementsAre(kFreeBar, "free: LoadModel called", kFreeBar, "free: Model path (original): " + path,
                           "locked: Loading GLB model...", "locked: Trying path: " + path,
-                          "locked: Successfully loaded from: " + path, kLockedBar,
-                          "locked: Model loaded successfully!", "locked: Total meshes: 1",
-                          "locked:   Mesh 0: vertices=3 triangles=1 color=(0.8,0.8,0.8)",
+                          "locked: Successfully loaded from: " + path, kLockedBar, "locked: Model loaded successfully!",
+                          "locked: Total meshes: 1", "locked:   Mesh 0: vertices=3 triangles=1 color=(0.8,0.8,0.8)",
                           "locked: Total vertices: 3", "locked: Total triangles: 1",
                           "locked: GLB loader log: Found 1 meshes", kLockedBar));
 }
 
 TEST_F(LineTest, AFailedLoadModelWritesUnderTheLockToo) {
   CreateViewer();
-  EXPECT_THAT(LinesWithLock([this] { Call("loadModel", Map({{"modelPath", "none"}})); }),
-              ElementsAre(kFreeBar, "free: LoadModel called", kFreeBar, "free: Model path (original): none",
-                          "locked: Loading GLB model...", "locked: Trying path: none",
-                          "locked: Trying path: data/flutter_assets/none",
-                          "locked: ERROR: Failed to load model from any path", "locked: Tried paths:",
-                          "locked:   - none", "locked:   - data/flutter_assets/none",
-                          "locked: GLB loader log: fail: read file"));
+  EXPECT_THAT(
+      LinesWithLock([this] {
+        Call("loadModel", Map({{"modelPath", "none"}}));
+      }),
+      ElementsAre(kFreeBar, "free: LoadModel called", kFreeBar, "free: Model path (original): none",
+                  "locked: Loading GLB model...", "locked: Trying path: none",
+                  "locked: Trying path: data/flutter_assets/none", "locked: ERROR: Failed to load model from any path",
+                  "locked: Tried paths:", "locked:   - none", "locked:   - data/flutter_assets/none",
+                  "locked: GLB loader log: fail: read file"));
 }
 
 TEST_F(LineTest, DisposeWritesUnderTheLockOnlyWhileItReleases) {
   CreateViewer();
   const fake_graphics::Allowance allowance(fake_graphics::CleanupDeletions());
-  EXPECT_THAT(LinesWithLock([this] { Call("dispose"); }),
-              ElementsAre("free: Dispose called", "free: Setting disposal flag...",
-                          "free: Stopping rendering thread...", "free: Rendering thread stopped",
-                          "free: Unregistering texture 7", "locked: Cleaning up pixel buffer...",
-                          "locked: Cleaning up EGL resources...", "locked: Cleaning up model data...",
-                          "free: Disposed (state and texture kept alive for safety)"));
+  EXPECT_THAT(
+      LinesWithLock([this] { Call("dispose"); }),
+      ElementsAre("free: Dispose called", "free: Setting disposal flag...", "free: Stopping rendering thread...",
+                  "free: Rendering thread stopped", "free: Unregistering texture 7",
+                  "locked: Cleaning up pixel buffer...", "locked: Cleaning up EGL resources...",
+                  "locked: Cleaning up model data...", "free: Disposed (state and texture kept alive for safety)"));
 }
 
 TEST_F(LineTest, TheCommandsThatSetNumbersWriteWithoutTheLock) {

@@ -168,8 +168,9 @@ TEST_F(OrientationCommandsTest, DistanceAndScaleAreLoggedAsReceived) {
 TEST_F(OrientationCommandsTest, AllThatHasBeenSetSurvivesCreateTextureAndDispose) {
   OrbiskState& state = *State();
   const std::vector<float*> fields = {
-      &state.quat_x, &state.quat_y,   &state.quat_z,     &state.quat_w,    &state.yaw,             &state.pitch,
-      &state.roll,   &state.base_yaw, &state.base_pitch, &state.base_roll, &state.camera_distance, &state.model_scale};
+      &state.quat_x,          &state.quat_y,     &state.quat_z,   &state.quat_w,     &state.yaw,
+      &state.pitch,           &state.roll,       &state.base_yaw, &state.base_pitch, &state.base_roll,
+      &state.camera_distance, &state.model_scale};
   std::vector<float> set;
   for (float* field : fields) {
     set.push_back(10.0f + static_cast<float>(set.size()));

@@ -124,8 +124,8 @@ TEST(OrientationTest, AnglesAreThoseOfTurningAboutXThenYThenZ) {
         SCOPED_TRACE(::testing::Message() << roll << ", " << pitch << ", " << yaw);
         // A quaternion of floats is only so near to the double one, and towards the poles that shows more.
         const double rounding = kTolerance / std::cos(pitch / kDegreesPerRadian);
-        ExpectAngles(QuaternionToEuler(Narrowed(AboutZ(yaw) * AboutY(pitch) * AboutX(roll))),
-                     {roll, pitch, yaw}, rounding);
+        ExpectAngles(QuaternionToEuler(Narrowed(AboutZ(yaw) * AboutY(pitch) * AboutX(roll))), {roll, pitch, yaw},
+                     rounding);
       }
     }
   }
@@ -145,8 +145,7 @@ TEST(OrientationTest, AnglesOfQuaternionsOfAnyLengthFollowTheFormulas) {
     const double yaw_cosine = 1 - 2 * (y * y + z * z);
     // Where the formulas are steep, a last bit of a float moves the angle by more than any tolerance that
     // says something.
-    if (std::abs(sine) > 0.95 || std::hypot(roll_sine, roll_cosine) < 0.3 ||
-        std::hypot(yaw_sine, yaw_cosine) < 0.3) {
+    if (std::abs(sine) > 0.95 || std::hypot(roll_sine, roll_cosine) < 0.3 || std::hypot(yaw_sine, yaw_cosine) < 0.3) {
       continue;
     }
     ++compared;

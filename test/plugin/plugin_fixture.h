@@ -30,8 +30,7 @@ class AnswerText : public flutter::MethodResult<EncodableValue> {
     const std::optional<fakes::Bytes> bytes = reply.bytes();
     if (!bytes) return "not implemented";
     AnswerText answer;
-    flutter::StandardMethodCodec::GetInstance().DecodeAndProcessResponseEnvelope(bytes->data(), bytes->size(),
-                                                                                 &answer);
+    flutter::StandardMethodCodec::GetInstance().DecodeAndProcessResponseEnvelope(bytes->data(), bytes->size(), &answer);
     return answer.text_;
   }
 
@@ -45,8 +44,7 @@ class AnswerText : public flutter::MethodResult<EncodableValue> {
       text_ = "success with something else";
     }
   }
-  void ErrorInternal(const std::string& code, const std::string& message,
-                     const EncodableValue* details) override {
+  void ErrorInternal(const std::string& code, const std::string& message, const EncodableValue* details) override {
     text_ = "error " + code + ": " + message + (details == nullptr ? "" : " and details");
   }
   void NotImplementedInternal() override { text_ = "not implemented, in an envelope"; }

@@ -37,8 +37,8 @@ class RenderLoopTest : public FakeGraphicsPluginTest {
 };
 
 std::string Warning(const char* registrar, const char* texture_id) {
-  return "[Orbisk] WARNING: Cannot mark texture - registrar=" + std::string(registrar) +
-         " texture_id=" + texture_id + "\n";
+  return "[Orbisk] WARNING: Cannot mark texture - registrar=" + std::string(registrar) + " texture_id=" + texture_id +
+         "\n";
 }
 
 std::string Repeated(int count, const std::string& text) {
@@ -159,8 +159,8 @@ TEST_F(RenderLoopTest, WarningsStopAfterTheFirstFiveIterationsWaitsIncluded) {
     return frames_ == 3;
   });
   State()->texture_id = id;
-  EXPECT_EQ(out_.Take(), kStarted + OrbiskLines({"EGL context made current in rendering thread"}) +
-                             Waiting("OK", 0) + Warning("OK", "-1") + Stopped(7));
+  EXPECT_EQ(out_.Take(), kStarted + OrbiskLines({"EGL context made current in rendering thread"}) + Waiting("OK", 0) +
+                             Warning("OK", "-1") + Stopped(7));
 }
 
 TEST_F(RenderLoopTest, FramesAreAnnouncedWithoutTheLock) {

@@ -49,9 +49,9 @@ TEST_F(RenderingCommandsTest, StartLogsItsStepsAndTheThreadItsOwn) {
   EXPECT_EQ(Call("startRendering"), "success true");
   ASSERT_TRUE(WaitForFrames(id, 1));
   const std::string log = out_.Take();
-  EXPECT_THAT(log, ::testing::StartsWith(OrbiskLines(
-                       kStartBanner + std::vector<std::string>{"Model check: 1 meshes loaded",
-                                                               "Starting new rendering thread..."})));
+  EXPECT_THAT(log, ::testing::StartsWith(
+                       OrbiskLines(kStartBanner + std::vector<std::string>{"Model check: 1 meshes loaded",
+                                                                           "Starting new rendering thread..."})));
   // The lines of the two threads may come in any order; each thread's own order holds.
   for (const std::string& in_order :
        {OrbiskLines({"Rendering thread STARTED"}), OrbiskLines({"EGL context made current in rendering thread"}),

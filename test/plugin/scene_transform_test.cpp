@@ -28,9 +28,7 @@ Rows operator*(const Rows& a, const Rows& b) {
   return product;
 }
 
-Rows Moved(double x, double y, double z) {
-  return {{{1, 0, 0, x}, {0, 1, 0, y}, {0, 0, 1, z}, {0, 0, 0, 1}}};
-}
+Rows Moved(double x, double y, double z) { return {{{1, 0, 0, x}, {0, 1, 0, y}, {0, 0, 1, z}, {0, 0, 0, 1}}}; }
 Rows Scaled(double k) { return {{{k, 0, 0, 0}, {0, k, 0, 0}, {0, 0, k, 0}, {0, 0, 0, 1}}}; }
 
 // The turn by `degrees` about an axis of unit length, after Rodrigues.
@@ -106,8 +104,7 @@ GLBModel Model(std::initializer_list<std::vector<float>> meshes) {
 void ExpectFit(const GLBModel& model, const std::array<double, 3>& center, double scale) {
   const ModelFit fit = FitModel(model);
   for (size_t axis = 0; axis < 3; ++axis) {
-    EXPECT_NEAR(fit.center[axis], center[axis], 2e-6 * std::max(1.0, std::abs(center[axis])))
-        << "axis " << axis;
+    EXPECT_NEAR(fit.center[axis], center[axis], 2e-6 * std::max(1.0, std::abs(center[axis]))) << "axis " << axis;
   }
   EXPECT_NEAR(fit.scale, scale, 2e-6 * scale);
 }
@@ -183,8 +180,7 @@ TEST(SceneTransformTest, CoordinatesThatMakeNoWholeVertexAreLeftOut) {
 TEST(SceneTransformTest, AModelWithoutMeshesOrVerticesIsLeftAtTheOriginInItsSize) {
   ExpectFit(GLBModel(), {0, 0, 0}, 1);
   ExpectFit(Model({{}, {}}), {0, 0, 0}, 1);
-  ExpectMatrix(ModelMatrix(kUnturned, FitModel(GLBModel()).scale * 1.2f, FitModel(GLBModel()).center),
-               Scaled(1.2));
+  ExpectMatrix(ModelMatrix(kUnturned, FitModel(GLBModel()).scale * 1.2f, FitModel(GLBModel()).center), Scaled(1.2));
 }
 
 TEST(SceneTransformTest, AModelOfOnePointIsCentredInItsSize) {
@@ -361,8 +357,8 @@ TEST(SceneTransformTest, BaseAnglesTurnAboutXThenYThenZThenMoveAway) {
   for (const EulerDegrees& base :
        {EulerDegrees{10, 20, 30}, EulerDegrees{-100, 250, 75}, EulerDegrees{300, -45, 180}}) {
     SCOPED_TRACE(::testing::Message() << base.roll << ", " << base.pitch << ", " << base.yaw);
-    ExpectMatrix(ViewMatrix(base, 3.5f), Moved(0, 0, -3.5) * Turned(kZAxis, base.yaw) *
-                                             Turned(kYAxis, base.roll) * Turned(kXAxis, base.pitch));
+    ExpectMatrix(ViewMatrix(base, 3.5f),
+                 Moved(0, 0, -3.5) * Turned(kZAxis, base.yaw) * Turned(kYAxis, base.roll) * Turned(kXAxis, base.pitch));
   }
 }
 
@@ -405,8 +401,8 @@ TEST(SceneTransformTest, ACubeInTheDefaultViewHasTheseElements) {
 
 TEST(SceneTransformTest, AWholeSceneIsTheProductOfItsParts) {
   const Matrix4 mvp = Mvp(Model({{0, 0, 0, 2, 4, 6}}), {0, 0, 1, 1}, 2.0f, {15, -25, 35}, 4.25f);
-  ExpectMatrix(mvp, Perspective() * Moved(0, 0, -4.25) * Turned(kZAxis, 35) * Turned(kYAxis, 15) *
-                        Turned(kXAxis, -25) * Turned(kZAxis, 90) * Scaled(0.5) * Moved(-1, -2, -3));
+  ExpectMatrix(mvp, Perspective() * Moved(0, 0, -4.25) * Turned(kZAxis, 35) * Turned(kYAxis, 15) * Turned(kXAxis, -25) *
+                        Turned(kZAxis, 90) * Scaled(0.5) * Moved(-1, -2, -3));
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// Two engines in one process, each with a registrar of its own: the plug-in is registered with both, and one of them closes.
+// Two engines in one process, each with a registrar of its own: the plug-in is registered with both, and one of them
+// closes.
 
 #include "test/plugin/source_fixture.h"
 

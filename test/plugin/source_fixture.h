@@ -20,8 +20,8 @@ inline MeshData Box(const std::array<float, 3>& center, float half, const std::a
     const size_t v = (axis + 2) % 3;
     for (const float side : {-1.0f, 1.0f}) {
       const auto first = static_cast<uint32_t>(mesh.positions.size() / 3);
-      for (const auto& [du, dv] : {std::pair(-1.0f, -1.0f), std::pair(side, -side), std::pair(1.0f, 1.0f),
-                                   std::pair(-side, side)}) {
+      for (const auto& [du, dv] :
+           {std::pair(-1.0f, -1.0f), std::pair(side, -side), std::pair(1.0f, 1.0f), std::pair(-side, side)}) {
         std::array<float, 3> corner = center;
         corner[axis] += side * half;
         corner[u] += du * half;

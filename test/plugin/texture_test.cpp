@@ -41,13 +41,12 @@ TEST_F(TextureTest, CreateTextureLogsEachStepAndAnswersTheIdentifier) {
   out_.Take();
   EXPECT_EQ(Call("createTexture", Size(640, 480)), "success 7");
   const std::string log = out_.Take();
-  EXPECT_EQ(OwnLines(log), OrbiskLines({kBar, "CreateTexture called", kBar, "Requested texture size: 640x480",
-                                        "Creating new viewer state", "Creating EGL renderer...",
-                                        "EGL renderer initialized successfully", "Loading shaders...",
-                                        "Shaders loaded successfully", "Context released from main thread",
-                                        "Creating Flutter texture variant...",
-                                        "Registering texture with Flutter...", kBar,
-                                        "Texture created with ID: 7", kBar}));
+  EXPECT_EQ(OwnLines(log),
+            OrbiskLines({kBar, "CreateTexture called", kBar, "Requested texture size: 640x480",
+                         "Creating new viewer state", "Creating EGL renderer...",
+                         "EGL renderer initialized successfully", "Loading shaders...", "Shaders loaded successfully",
+                         "Context released from main thread", "Creating Flutter texture variant...",
+                         "Registering texture with Flutter...", kBar, "Texture created with ID: 7", kBar}));
   EXPECT_EQ(err_.Take(), "");
 }
 
@@ -162,10 +161,9 @@ TEST_F(TextureTest, ARefusedTextureIsAnsweredWithMinusOne) {
 TEST_F(TextureTest, AFailedInitializeAnswersInitFailedAndLeavesAViewerWithoutTexture) {
   out_.Take();
   EXPECT_EQ(Call("createTexture", Size(-640, 480)), "error INIT_FAILED: Failed to initialize EGL renderer");
-  EXPECT_EQ(OwnLines(out_.Take()),
-            OrbiskLines({kBar, "CreateTexture called", kBar, "Requested texture size: -640x480",
-                         "Creating new viewer state", "Creating EGL renderer...",
-                         "ERROR: Failed to initialize EGL renderer"}));
+  EXPECT_EQ(OwnLines(out_.Take()), OrbiskLines({kBar, "CreateTexture called", kBar, "Requested texture size: -640x480",
+                                                "Creating new viewer state", "Creating EGL renderer...",
+                                                "ERROR: Failed to initialize EGL renderer"}));
   EXPECT_THAT(embedder_.texture_ids(), IsEmpty());
   ASSERT_NE(State(), nullptr);
   EXPECT_NE(State()->renderer, nullptr);

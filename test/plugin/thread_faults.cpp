@@ -31,8 +31,7 @@ extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* 
                                                                      const pthread_attr_t* attributes,
                                                                      void* (*body)(void*), void* argument) {
   if (g_fail_next_thread.exchange(false)) return EAGAIN;
-  static const auto next =
-      Next<int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");
+  static const auto next = Next<int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");
   return next(thread, attributes, body, argument);
 }
 

@@ -231,8 +231,7 @@ TEST_F(TranscriptTest, TheMatrixOfAFrameFollowsFromFileAndState) {
     return Rows{{{std::cos(a), -std::sin(a), 0, 0}, {std::sin(a), std::cos(a), 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
   };
   const Rows model = Product(
-      x_turn(angle),
-      Rows{{{scale, 0, 0, -scale}, {0, scale, 0, -scale}, {0, 0, scale, -scale / 2}, {0, 0, 0, 1}}});
+      x_turn(angle), Rows{{{scale, 0, 0, -scale}, {0, scale, 0, -scale}, {0, 0, scale, -scale / 2}, {0, 0, 0, 1}}});
   const Rows view = Product(Rows{{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, -5}, {0, 0, 0, 1}}},
                             Product(z_turn(radians(40)), Product(y_turn(radians(20)), x_turn(radians(30)))));
   const double focal = 1 / std::tan(M_PI / 6);

@@ -14,10 +14,10 @@ std::string With(std::string text, const Values& values) {
 
 Values Names(int renderer, int width, int height) {
   const int first = 6 * (renderer - 1);
-  return {{"n", std::to_string(renderer)},          {"w", std::to_string(width)},
-          {"h", std::to_string(height)},            {"fbo", std::to_string(first + 1)},
-          {"texture", std::to_string(first + 2)},   {"depth", std::to_string(first + 3)},
-          {"vertex", std::to_string(first + 4)},    {"fragment", std::to_string(first + 5)},
+  return {{"n", std::to_string(renderer)},        {"w", std::to_string(width)},
+          {"h", std::to_string(height)},          {"fbo", std::to_string(first + 1)},
+          {"texture", std::to_string(first + 2)}, {"depth", std::to_string(first + 3)},
+          {"vertex", std::to_string(first + 4)},  {"fragment", std::to_string(first + 5)},
           {"program", std::to_string(first + 6)}};
 }
 
@@ -136,10 +136,9 @@ eglDestroySurface(display1, surface{n}) -> EGL_TRUE
 eglTerminate(display1) -> EGL_TRUE
 )";
 
-std::string InitializeTranscript(int renderer, int width, int height, ViewerWas viewer,
-                                 const std::string& replaced) {
+std::string InitializeTranscript(int renderer, int width, int height, ViewerWas viewer, const std::string& replaced) {
   return With(With(kInitialize, {{"state", viewer == ViewerWas::kThere ? "Reusing existing viewer state"
-                                                                      : "Creating new viewer state"},
+                                                                       : "Creating new viewer state"},
                                  {"replaced", replaced},
                                  {"vertex source", kVertexSource}}),
               Names(renderer, width, height));

@@ -144,8 +144,7 @@ TEST_F(DrawingTest, TrianglesOfAMeshNeedNotTouch) {
   for (const uint32_t index : apart.indices) mesh.indices.push_back(4 + index);
   const Frame frame = Render({mesh});
   for (int x = 0; x < 7; ++x) {
-    EXPECT_THAT(frame.At(x, x % 5), IsNear(x < 2 || x >= 5 ? Opaque(kOrange, kFacingTheLight) : kUncovered))
-        << x;
+    EXPECT_THAT(frame.At(x, x % 5), IsNear(x < 2 || x >= 5 ? Opaque(kOrange, kFacingTheLight) : kUncovered)) << x;
   }
 }
 
@@ -188,10 +187,8 @@ TEST_F(DrawingTest, LightRaisesTheColourFromSixToElevenTenths) {
   };
   for (const auto& c : cases) {
     light_ = c.light;
-    EXPECT_THAT(RenderOnePixel(WholeFrame(kOrange, 0, c.normal)), IsNear(Opaque(kOrange, c.factor)))
-        << c.what;
-    EXPECT_THAT(RenderOnePixel(WholeFrame(kViolet, 0, c.normal)), IsNear(Opaque(kViolet, c.factor)))
-        << c.what;
+    EXPECT_THAT(RenderOnePixel(WholeFrame(kOrange, 0, c.normal)), IsNear(Opaque(kOrange, c.factor))) << c.what;
+    EXPECT_THAT(RenderOnePixel(WholeFrame(kViolet, 0, c.normal)), IsNear(Opaque(kViolet, c.factor))) << c.what;
   }
 }
 
@@ -273,7 +270,7 @@ TEST_F(DrawingTest, MeshesThatCrossAreSortedPerPixel) {
   Start(8, 2);
   MeshData tilted = WholeFrame(kOrange);
   for (const size_t corner : {size_t{0}, size_t{3}}) tilted.positions[corner * 3 + 2] = -0.9f;  // on the left
-  for (const size_t corner : {size_t{1}, size_t{2}}) tilted.positions[corner * 3 + 2] = 0.9f;  // on the right
+  for (const size_t corner : {size_t{1}, size_t{2}}) tilted.positions[corner * 3 + 2] = 0.9f;   // on the right
   const Frame frame = Render({WholeFrame(kTeal), tilted});
   for (int x = 0; x < 8; ++x) {
     EXPECT_THAT(frame.At(x, 0), IsNear(Opaque(x < 4 ? kOrange : kTeal, kFacingTheLight))) << x;
@@ -282,8 +279,7 @@ TEST_F(DrawingTest, MeshesThatCrossAreSortedPerPixel) {
 
 TEST_F(DrawingTest, OfTwoMeshesAtOneDepthTheFirstStays) {
   Start(5, 3);
-  EXPECT_THAT(Render({WholeFrame(kOrange), WholeFrame(kTeal)}).At(4, 2),
-              IsNear(Opaque(kOrange, kFacingTheLight)));
+  EXPECT_THAT(Render({WholeFrame(kOrange), WholeFrame(kTeal)}).At(4, 2), IsNear(Opaque(kOrange, kFacingTheLight)));
 }
 
 TEST_F(DrawingTest, DepthIsToldApartInSixteenBits) {
@@ -292,10 +288,8 @@ TEST_F(DrawingTest, DepthIsToldApartInSixteenBits) {
   const float depth = 2.0f * 39321.3f / 65535.0f - 1.0f;
   const float step = 2.0f / 65535.0f;
   const MeshData far = WholeFrame(kOrange, depth);
-  EXPECT_THAT(Render({far, WholeFrame(kTeal, depth - 3.0f * step)}).At(4, 2),
-              IsNear(Opaque(kTeal, kFacingTheLight)));
-  EXPECT_THAT(Render({far, WholeFrame(kTeal, depth - 0.1f * step)}).At(4, 2),
-              IsNear(Opaque(kOrange, kFacingTheLight)))
+  EXPECT_THAT(Render({far, WholeFrame(kTeal, depth - 3.0f * step)}).At(4, 2), IsNear(Opaque(kTeal, kFacingTheLight)));
+  EXPECT_THAT(Render({far, WholeFrame(kTeal, depth - 0.1f * step)}).At(4, 2), IsNear(Opaque(kOrange, kFacingTheLight)))
       << "a tenth of a step nearer is the same depth";
 }
 
@@ -313,8 +307,8 @@ uniform vec3 u_objectColor;
 void main() { gl_FragColor = vec4(u_objectColor.rg, 0.0, u_objectColor.b > 0.5 ? 0.5 : 1.0); }
 )";
   Start(5, 3, kVertexShader, half_where_blue);
-  const Frame frame = Render({Rectangle({0, 0, 3, 3}, {0.2f, 0.4f, 0.0f, 1}, 0.5f),
-                              Rectangle({0, 1, 5, 3}, {0.8f, 0.6f, 1.0f, 1}, -0.5f)});
+  const Frame frame = Render(
+      {Rectangle({0, 0, 3, 3}, {0.2f, 0.4f, 0.0f, 1}, 0.5f), Rectangle({0, 1, 5, 3}, {0.8f, 0.6f, 1.0f, 1}, -0.5f)});
   EXPECT_THAT(frame.At(0, 0), IsNear(Pixel{51, 102, 0, 255}));
   EXPECT_THAT(frame.At(0, 2), IsNear(Pixel{128, 128, 0, 191}));  // half and half; alpha 0.5 * 0.5 + 0.5 * 1
   EXPECT_THAT(frame.At(4, 2), IsNear(Pixel{102, 77, 0, 64}));    // over nothing
@@ -422,9 +416,9 @@ TEST_F(DrawingTest, AMeshWithoutIndicesOrPositionsIsReportedAndDrawsNothing) {
 
 TEST_F(DrawingTest, AnEmptyMeshBetweenTwoOthersIsSkippedAlone) {
   Start(5, 3);
-  const Frame frame = Render({Rectangle({0, 0, 2, 3}, kOrange), WithoutIndices(WholeFrame(kViolet, -0.9f)),
-                              Rectangle({3, 0, 5, 3}, kTeal)},
-                             kEmptyMesh);
+  const Frame frame = Render(
+      {Rectangle({0, 0, 2, 3}, kOrange), WithoutIndices(WholeFrame(kViolet, -0.9f)), Rectangle({3, 0, 5, 3}, kTeal)},
+      kEmptyMesh);
   EXPECT_THAT(frame.At(0, 2), IsNear(Opaque(kOrange, kFacingTheLight)));
   EXPECT_EQ(frame.At(2, 1), kUncovered);
   EXPECT_THAT(frame.At(4, 0), IsNear(Opaque(kTeal, kFacingTheLight)));
@@ -438,8 +432,7 @@ TEST_F(DrawingTest, AGlErrorIsReportedOncePerMeshAndTheFrameGoesOn) {
   const auto leave_an_error = [](const std::string& step) {
     if (step == "setObjectColor") glEnable(0xDEAD);  // GL_INVALID_ENUM stays for the next to ask
   };
-  const Said said =
-      Draw({Rectangle({0, 0, 2, 3}, kOrange), Rectangle({3, 0, 5, 3}, kTeal)}, frame, leave_an_error);
+  const Said said = Draw({Rectangle({0, 0, 2, 3}, kOrange), Rectangle({3, 0, 5, 3}, kTeal)}, frame, leave_an_error);
   EXPECT_EQ(said.out, "");
   EXPECT_EQ(said.err, RendererLines({"GL error: 0x500", "GL error: 0x500"}));
   EXPECT_THAT(frame.At(0, 0), IsNear(Opaque(kOrange, kFacingTheLight)));

@@ -19,10 +19,10 @@ Matrix4 CountingMatrix() {
   return matrix;
 }
 
-const std::string kBeginFrame = Joined(
-    {"glViewport(0, 0, 640, 480)", "glClearColor(0, 0, 0, 0)",
-     "glClear(GL_COLOR_BUFFER_BIT|GL_DEPTH_BUFFER_BIT)", "glEnable(GL_DEPTH_TEST)", "glDisable(GL_CULL_FACE)",
-     "glEnable(GL_BLEND)", "glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA)", "glUseProgram(6)"});
+const std::string kBeginFrame =
+    Joined({"glViewport(0, 0, 640, 480)", "glClearColor(0, 0, 0, 0)",
+            "glClear(GL_COLOR_BUFFER_BIT|GL_DEPTH_BUFFER_BIT)", "glEnable(GL_DEPTH_TEST)", "glDisable(GL_CULL_FACE)",
+            "glEnable(GL_BLEND)", "glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA)", "glUseProgram(6)"});
 
 // A mesh with normals and one without.
 const std::vector<float> kPositions = {1, 2, 3, 4, 5, 6, 7, 8, 9.5f};
@@ -31,17 +31,17 @@ const std::vector<uint32_t> kIndices = {0, 2, 1};
 const std::vector<float> kPlainPositions = {-1, -2, -3, -4, -5, -6, -7, -8, -9, -10, -11, -12};
 const std::vector<uint32_t> kPlainIndices = {3, 1, 2, 1, 3, 2};
 
-const std::string kMeshWithNormals = Joined(
-    {"glEnableVertexAttribArray(2)", "glVertexAttribPointer(2, 3, GL_FLOAT, GL_FALSE, 0, client memory)",
-     "glEnableVertexAttribArray(5)", "glVertexAttribPointer(5, 3, GL_FLOAT, GL_FALSE, 0, client memory)",
-     "glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, {0, 2, 1}) a_normal {0, 0, 1, 0, 1, 0, -1, 0, 0} "
-     "a_position {1, 2, 3, 4, 5, 6, 7, 8, 9.5}",
-     "glGetError() -> GL_NO_ERROR", "glDisableVertexAttribArray(2)", "glDisableVertexAttribArray(5)"});
-const std::string kMeshWithoutNormals = Joined(
-    {"glEnableVertexAttribArray(2)", "glVertexAttribPointer(2, 3, GL_FLOAT, GL_FALSE, 0, client memory)",
-     "glDrawElements(GL_TRIANGLES, 6, GL_UNSIGNED_INT, {3, 1, 2, 1, 3, 2}) a_normal off "
-     "a_position {-1, -2, -3, -4, -5, -6, -7, -8, -9, -10, -11, -12}",
-     "glGetError() -> GL_NO_ERROR", "glDisableVertexAttribArray(2)", "glDisableVertexAttribArray(5)"});
+const std::string kMeshWithNormals =
+    Joined({"glEnableVertexAttribArray(2)", "glVertexAttribPointer(2, 3, GL_FLOAT, GL_FALSE, 0, client memory)",
+            "glEnableVertexAttribArray(5)", "glVertexAttribPointer(5, 3, GL_FLOAT, GL_FALSE, 0, client memory)",
+            "glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, {0, 2, 1}) a_normal {0, 0, 1, 0, 1, 0, -1, 0, 0} "
+            "a_position {1, 2, 3, 4, 5, 6, 7, 8, 9.5}",
+            "glGetError() -> GL_NO_ERROR", "glDisableVertexAttribArray(2)", "glDisableVertexAttribArray(5)"});
+const std::string kMeshWithoutNormals =
+    Joined({"glEnableVertexAttribArray(2)", "glVertexAttribPointer(2, 3, GL_FLOAT, GL_FALSE, 0, client memory)",
+            "glDrawElements(GL_TRIANGLES, 6, GL_UNSIGNED_INT, {3, 1, 2, 1, 3, 2}) a_normal off "
+            "a_position {-1, -2, -3, -4, -5, -6, -7, -8, -9, -10, -11, -12}",
+            "glGetError() -> GL_NO_ERROR", "glDisableVertexAttribArray(2)", "glDisableVertexAttribArray(5)"});
 
 class DrawingOnFakesTest : public FakeRendererTest {
  protected:
@@ -65,8 +65,7 @@ class DrawingOnFakesTest : public FakeRendererTest {
            "13.5, 14.5, 15.5})\n"
            "glUniform3f(11, 0.5, 0.75, 1)\n"
            "glUniform3f(15, 0.125, 0.25, 0.375)\n" +
-           kMeshWithNormals + "glUniform3f(15, 1, 0, 0.625)\n" + kMeshWithoutNormals +
-           "glFlush()\nglFinish()\n";
+           kMeshWithNormals + "glUniform3f(15, 1, 0, 0.625)\n" + kMeshWithoutNormals + "glFlush()\nglFinish()\n";
   }
 };
 
@@ -144,13 +143,12 @@ TEST_F(MeshOnFakesTest, NormalsAreSkippedWithoutTheAttribute) {
   fake_graphics::SetLocation("a_normal", -1);
   Begin();
   renderer_->renderMesh(kPositions, kNormals, kIndices);
-  EXPECT_EQ(
-      TakeCalls(),
-      "glEnableVertexAttribArray(2)\n"
-      "glVertexAttribPointer(2, 3, GL_FLOAT, GL_FALSE, 0, client memory)\n"
-      "glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, {0, 2, 1}) a_position {1, 2, 3, 4, 5, 6, 7, 8, 9.5}\n"
-      "glGetError() -> GL_NO_ERROR\n"
-      "glDisableVertexAttribArray(2)\n");
+  EXPECT_EQ(TakeCalls(),
+            "glEnableVertexAttribArray(2)\n"
+            "glVertexAttribPointer(2, 3, GL_FLOAT, GL_FALSE, 0, client memory)\n"
+            "glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, {0, 2, 1}) a_position {1, 2, 3, 4, 5, 6, 7, 8, 9.5}\n"
+            "glGetError() -> GL_NO_ERROR\n"
+            "glDisableVertexAttribArray(2)\n");
   EXPECT_EQ(err_.Take(), "");
 }
 
@@ -223,12 +221,12 @@ TEST_F(MeshOnFakesTest, OneErrorIsTakenFromTheQueue) {
 namespace {
 
 // With no program every location is -1, which is no attribute and no uniform.
-const std::string kFrameWithoutProgram = Joined(
-    {"glUniformMatrix4fv(-1, 1, GL_FALSE, {0.5, 1.5, 2.5, 3.5, 4.5, 5.5, "
-     "6.5, 7.5, 8.5, 9.5, 10.5, 11.5, 12.5, 13.5, 14.5, 15.5})",
-     "glUniform3f(-1, 0.5, 0.75, 1)", "glUniform3f(-1, 0.125, 0.25, 0.375)", "glEnableVertexAttribArray(-1)",
-     "glVertexAttribPointer(-1, 3, GL_FLOAT, GL_FALSE, 0, client memory)",
-     "glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, {0, 2, 1})"});
+const std::string kFrameWithoutProgram =
+    Joined({"glUniformMatrix4fv(-1, 1, GL_FALSE, {0.5, 1.5, 2.5, 3.5, 4.5, 5.5, "
+            "6.5, 7.5, 8.5, 9.5, 10.5, 11.5, 12.5, 13.5, 14.5, 15.5})",
+            "glUniform3f(-1, 0.5, 0.75, 1)", "glUniform3f(-1, 0.125, 0.25, 0.375)", "glEnableVertexAttribArray(-1)",
+            "glVertexAttribPointer(-1, 3, GL_FLOAT, GL_FALSE, 0, client memory)",
+            "glDrawElements(GL_TRIANGLES, 3, GL_UNSIGNED_INT, {0, 2, 1})"});
 
 }  // namespace
 
@@ -236,12 +234,11 @@ TEST_F(DrawingOnFakesTest, WithoutSetUpAFrameHasNoEffect) {
   const fake_graphics::Allowance allowance(fake_graphics::FrameCalls());
   DrawFrame();
   const std::string calls = TakeCalls();
-  EXPECT_EQ(
-      calls.substr(0, calls.find("glGetError")),
-      "glBindFramebuffer(GL_FRAMEBUFFER, 0)\nglViewport(0, 0, 0, 0)\nglClearColor(0, 0, 0, 0)\n"
-      "glClear(GL_COLOR_BUFFER_BIT|GL_DEPTH_BUFFER_BIT)\nglEnable(GL_DEPTH_TEST)\nglDisable(GL_CULL_FACE)\n"
-      "glEnable(GL_BLEND)\nglBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA)\nglUseProgram(0)\n" +
-          kFrameWithoutProgram);
+  EXPECT_EQ(calls.substr(0, calls.find("glGetError")),
+            "glBindFramebuffer(GL_FRAMEBUFFER, 0)\nglViewport(0, 0, 0, 0)\nglClearColor(0, 0, 0, 0)\n"
+            "glClear(GL_COLOR_BUFFER_BIT|GL_DEPTH_BUFFER_BIT)\nglEnable(GL_DEPTH_TEST)\nglDisable(GL_CULL_FACE)\n"
+            "glEnable(GL_BLEND)\nglBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA)\nglUseProgram(0)\n" +
+                kFrameWithoutProgram);
   EXPECT_EQ(calls.find("glDisableVertexAttribArray(-1)\nglDisable"), std::string::npos)
       << "the normals' attribute is left alone";
   EXPECT_EQ(out_.Take() + err_.Take(), "");

@@ -51,8 +51,7 @@ Step ChooseConfig(const std::string& surface_type) {
 }
 
 std::string CreatePbuffer(const std::string& result) {
-  return "eglCreatePbufferSurface(display1, config1, {EGL_WIDTH, 640, EGL_HEIGHT, 480, EGL_NONE}) -> " +
-         result;
+  return "eglCreatePbufferSurface(display1, config1, {EGL_WIDTH, 640, EGL_HEIGHT, 480, EGL_NONE}) -> " + result;
 }
 
 Step CreatePbuffer() { return {{CreatePbuffer("surface1")}, {"Pbuffer surface created"}}; }
@@ -73,9 +72,8 @@ std::vector<Step> ContextAndFramebuffer() {
       {{CreateContext("context1")}, {"EGL context created"}},
       {{MakeCurrent("EGL_TRUE"), "glGetString(GL_VENDOR) -> \"Fake vendor\"",
         "glGetString(GL_RENDERER) -> \"Fake renderer\"", "glGetString(GL_VERSION) -> \"OpenGL ES 2.0 fake\"",
-        "glGetString(GL_SHADING_LANGUAGE_VERSION) -> \"OpenGL ES GLSL ES 1.00 fake\"",
-        "glGenFramebuffers(1) -> {1}", "glGenTextures(1) -> {2}", "glGenRenderbuffers(1) -> {3}",
-        "glBindTexture(GL_TEXTURE_2D, 2)",
+        "glGetString(GL_SHADING_LANGUAGE_VERSION) -> \"OpenGL ES GLSL ES 1.00 fake\"", "glGenFramebuffers(1) -> {1}",
+        "glGenTextures(1) -> {2}", "glGenRenderbuffers(1) -> {3}", "glBindTexture(GL_TEXTURE_2D, 2)",
         "glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 640, 480, 0, GL_RGBA, GL_UNSIGNED_BYTE, null)",
         "glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR)",
         "glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR)", "glBindTexture(GL_TEXTURE_2D, 0)",
@@ -84,11 +82,10 @@ std::vector<Step> ContextAndFramebuffer() {
         "glBindRenderbuffer(GL_RENDERBUFFER, 0)", "glBindFramebuffer(GL_FRAMEBUFFER, 1)",
         "glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, 2, 0)",
         "glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, 3)"},
-       {"Context made current (temporarily for setup)", "GL Vendor: Fake vendor",
-        "GL Renderer: Fake renderer", "GL Version: OpenGL ES 2.0 fake",
-        "GLSL Version: OpenGL ES GLSL ES 1.00 fake", "Created FBO: 1, Texture: 2, Depth: 3"}},
-      {{"glCheckFramebufferStatus(GL_FRAMEBUFFER) -> GL_FRAMEBUFFER_COMPLETE",
-        "glBindFramebuffer(GL_FRAMEBUFFER, 0)"},
+       {"Context made current (temporarily for setup)", "GL Vendor: Fake vendor", "GL Renderer: Fake renderer",
+        "GL Version: OpenGL ES 2.0 fake", "GLSL Version: OpenGL ES GLSL ES 1.00 fake",
+        "Created FBO: 1, Texture: 2, Depth: 3"}},
+      {{"glCheckFramebufferStatus(GL_FRAMEBUFFER) -> GL_FRAMEBUFFER_COMPLETE", "glBindFramebuffer(GL_FRAMEBUFFER, 0)"},
        {"Framebuffer complete"}}};
 }
 
@@ -108,9 +105,9 @@ std::vector<Value> operator+(std::vector<Value> front, const std::vector<Value>&
 
 // ---- The paths --------------------------------------------------------------------------------------------
 
-const Step kOffscreenStart = {{},
-                              {"Initializing 640x480 (offscreen mode)",
-                               "Trying EGL_DEFAULT_DISPLAY for offscreen rendering (X11 system)..."}};
+const Step kOffscreenStart = {
+    {},
+    {"Initializing 640x480 (offscreen mode)", "Trying EGL_DEFAULT_DISPLAY for offscreen rendering (X11 system)..."}};
 
 Path DefaultDisplayPath() {
   Path path;
@@ -141,13 +138,11 @@ Path GbmPath() {
       std::vector<Step>{
           kOffscreenStart,
           {{"eglGetDisplay(EGL_DEFAULT_DISPLAY) -> EGL_NO_DISPLAY"},
-           {"EGL_DEFAULT_DISPLAY failed, falling back to GBM...",
-            "Setting up GBM device for offscreen rendering..."}},
+           {"EGL_DEFAULT_DISPLAY failed, falling back to GBM...", "Setting up GBM device for offscreen rendering..."}},
           {{"open(\"/dev/dri/renderD128\", O_RDWR) -> fd1"},
            {"Trying DRM device: /dev/dri/renderD128", "Successfully opened DRM device: /dev/dri/renderD128"}},
           {{"gbm_create_device(fd1) -> gbm1"}, {"GBM device created successfully"}},
-          {{"eglGetProcAddress(\"eglGetPlatformDisplayEXT\") -> found"},
-           {"Using eglGetPlatformDisplayEXT for GBM"}},
+          {{"eglGetProcAddress(\"eglGetPlatformDisplayEXT\") -> found"}, {"Using eglGetPlatformDisplayEXT for GBM"}},
           {{"eglGetPlatformDisplayEXT(EGL_PLATFORM_GBM_KHR, gbm1, null) -> display1"}, {}},
           InitializeDisplay(),
           ChooseConfig("EGL_PBUFFER_BIT"),
@@ -187,13 +182,11 @@ Path WindowPath() {
           {{"eglGetDisplay(xdisplay1) -> display1"}, {}},
           InitializeDisplay(),
           ChooseConfig("EGL_WINDOW_BIT"),
-          {{"eglCreateWindowSurface(display1, config1, window1, null) -> surface1"},
-           {"Window surface created"}}} +
+          {{"eglCreateWindowSurface(display1, config1, window1, null) -> surface1"}, {"Window surface created"}}} +
       ContextAndFramebuffer();
-  path.alive =
-      std::vector<std::string>{"xdisplay1", "window1", "display1", "surface1", "context1"} + kGlObjects;
-  path.releases = kGlAndEglReleases +
-                  std::vector<std::string>{"XDestroyWindow(xdisplay1, window1)", "XCloseDisplay(xdisplay1)"};
+  path.alive = std::vector<std::string>{"xdisplay1", "window1", "display1", "surface1", "context1"} + kGlObjects;
+  path.releases =
+      kGlAndEglReleases + std::vector<std::string>{"XDestroyWindow(xdisplay1, window1)", "XCloseDisplay(xdisplay1)"};
   return path;
 }
 
@@ -272,16 +265,15 @@ std::function<void()> Fail(const char* function, int nth = 1, std::optional<unsi
 const std::vector<std::string> kNoSuchNode = {"open(\"/dev/dri/renderD128\", O_RDWR) -> -1",
                                               "open(\"/dev/dri/card0\", O_RDWR) -> -1",
                                               "open(\"/dev/dri/card1\", O_RDWR) -> -1"};
-const std::vector<std::string> kTryingAllNodes = {"Trying DRM device: /dev/dri/renderD128",
-                                                  "Trying DRM device: /dev/dri/card0",
-                                                  "Trying DRM device: /dev/dri/card1"};
+const std::vector<std::string> kTryingAllNodes = {
+    "Trying DRM device: /dev/dri/renderD128", "Trying DRM device: /dev/dri/card0", "Trying DRM device: /dev/dri/card1"};
 
 // From eglInitialize to the framebuffer, each path fails alike. `start` is what the path holds before, made
 // in `start_steps` steps and released in `start_releases` calls.
-std::vector<Failure> CommonFailures(const Path& path, size_t start_steps,
-                                    const std::vector<std::string>& start, size_t start_releases,
-                                    const std::string& surface_type, const char* surface_function,
-                                    const std::string& surface_call, const std::string& surface_error) {
+std::vector<Failure> CommonFailures(const Path& path, size_t start_steps, const std::vector<std::string>& start,
+                                    size_t start_releases, const std::string& surface_type,
+                                    const char* surface_function, const std::string& surface_call,
+                                    const std::string& surface_error) {
   using Names = std::vector<std::string>;
   const std::string no_config = ChooseConfig(surface_type, "EGL_TRUE, 0");
   const std::string config_failed = ChooseConfig(surface_type, "EGL_FALSE");
@@ -379,8 +371,7 @@ std::vector<Failure> GbmFailures() {
        path,
        Fail("eglGetPlatformDisplayEXT", 1, EGL_BAD_PARAMETER),
        5,
-       {{"eglGetPlatformDisplayEXT(EGL_PLATFORM_GBM_KHR, gbm1, null) -> EGL_NO_DISPLAY",
-         "eglGetError() -> 0x300c"},
+       {{"eglGetPlatformDisplayEXT(EGL_PLATFORM_GBM_KHR, gbm1, null) -> EGL_NO_DISPLAY", "eglGetError() -> 0x300c"},
         {}},
        {"Failed to get EGL display", "EGL error code: 0x300c"},
        {"fd1", "gbm1"},
@@ -418,14 +409,12 @@ std::vector<Failure> WindowFailures() {
        {"xdisplay1", "window1"},
        2},
   };
-  return of_window +
-         CommonFailures(path, 3, {"xdisplay1", "window1"}, 2, "EGL_WINDOW_BIT", "eglCreateWindowSurface",
-                        "eglCreateWindowSurface(display1, config1, window1, null) -> EGL_NO_SURFACE",
-                        "Failed to create window surface");
+  return of_window + CommonFailures(path, 3, {"xdisplay1", "window1"}, 2, "EGL_WINDOW_BIT", "eglCreateWindowSurface",
+                                    "eglCreateWindowSurface(display1, config1, window1, null) -> EGL_NO_SURFACE",
+                                    "Failed to create window surface");
 }
 
-class InitializeFailureOnFakesTest : public FakeRendererTest,
-                                     public ::testing::WithParamInterface<Failure> {};
+class InitializeFailureOnFakesTest : public FakeRendererTest, public ::testing::WithParamInterface<Failure> {};
 
 std::string NameOfFailure(const ::testing::TestParamInfo<Failure>& info) { return info.param.name; }
 
@@ -445,12 +434,10 @@ TEST_P(InitializeFailureOnFakesTest, SaysItsLineAndKeepsWhatItHasForTheDestructo
   EXPECT_EQ(TakeCalls(), LastLines(failure.path.releases, failure.releases));
 }
 
-INSTANTIATE_TEST_SUITE_P(DefaultDisplay, InitializeFailureOnFakesTest,
-                         ::testing::ValuesIn(DefaultDisplayFailures()), NameOfFailure);
-INSTANTIATE_TEST_SUITE_P(Gbm, InitializeFailureOnFakesTest, ::testing::ValuesIn(GbmFailures()),
+INSTANTIATE_TEST_SUITE_P(DefaultDisplay, InitializeFailureOnFakesTest, ::testing::ValuesIn(DefaultDisplayFailures()),
                          NameOfFailure);
-INSTANTIATE_TEST_SUITE_P(Window, InitializeFailureOnFakesTest, ::testing::ValuesIn(WindowFailures()),
-                         NameOfFailure);
+INSTANTIATE_TEST_SUITE_P(Gbm, InitializeFailureOnFakesTest, ::testing::ValuesIn(GbmFailures()), NameOfFailure);
+INSTANTIATE_TEST_SUITE_P(Window, InitializeFailureOnFakesTest, ::testing::ValuesIn(WindowFailures()), NameOfFailure);
 
 // ---- The DRM nodes ----------------------------------------------------------------------------------------
 
@@ -487,8 +474,7 @@ TEST_F(DrmNodesOnFakesTest, RenderNodeThatOpensKeepsTheCardsUntried) {
 
 TEST_F(DrmNodesOnFakesTest, FirstCardIsTriedSecond) {
   InitializeWith({"/dev/dri/card0", "/dev/dri/card1"});
-  EXPECT_EQ(Joined(opened_),
-            "open(\"/dev/dri/renderD128\", O_RDWR) -> -1\nopen(\"/dev/dri/card0\", O_RDWR) -> fd1\n");
+  EXPECT_EQ(Joined(opened_), "open(\"/dev/dri/renderD128\", O_RDWR) -> -1\nopen(\"/dev/dri/card0\", O_RDWR) -> fd1\n");
   EXPECT_EQ(Joined(lines_),
             RendererLines({"Trying DRM device: /dev/dri/renderD128", "Trying DRM device: /dev/dri/card0",
                            "Successfully opened DRM device: /dev/dri/card0"}));
@@ -500,10 +486,9 @@ TEST_F(DrmNodesOnFakesTest, SecondCardIsTriedLast) {
             "open(\"/dev/dri/renderD128\", O_RDWR) -> -1\n"
             "open(\"/dev/dri/card0\", O_RDWR) -> -1\n"
             "open(\"/dev/dri/card1\", O_RDWR) -> fd1\n");
-  EXPECT_EQ(
-      Joined(lines_),
-      RendererLines({"Trying DRM device: /dev/dri/renderD128", "Trying DRM device: /dev/dri/card0",
-                     "Trying DRM device: /dev/dri/card1", "Successfully opened DRM device: /dev/dri/card1"}));
+  EXPECT_EQ(Joined(lines_),
+            RendererLines({"Trying DRM device: /dev/dri/renderD128", "Trying DRM device: /dev/dri/card0",
+                           "Trying DRM device: /dev/dri/card1", "Successfully opened DRM device: /dev/dri/card1"}));
 }
 
 TEST_F(DrmNodesOnFakesTest, EachNodeIsNamedBeforeItIsTried) {
@@ -553,10 +538,8 @@ class DriverStringOnFakesTest : public FakeRendererTest, public ::testing::WithP
 }  // namespace
 
 TEST_P(DriverStringOnFakesTest, NullOneCutsItsOwnLineOnly) {
-  constexpr std::array<unsigned, 4> kNames = {GL_VENDOR, GL_RENDERER, GL_VERSION,
-                                              GL_SHADING_LANGUAGE_VERSION};
-  const std::array<std::string, 4> titles = {
-      "GL Vendor: ", "GL Renderer: ", "GL Version: ", "GLSL Version: "};
+  constexpr std::array<unsigned, 4> kNames = {GL_VENDOR, GL_RENDERER, GL_VERSION, GL_SHADING_LANGUAGE_VERSION};
+  const std::array<std::string, 4> titles = {"GL Vendor: ", "GL Renderer: ", "GL Version: ", "GLSL Version: "};
   fake_graphics::SetDriverString(kNames[GetParam()], std::nullopt);
 
   Path path = DefaultDisplayPath();
@@ -590,8 +573,7 @@ TEST_F(SizeOnFakesTest, NegativeOneIsHandedOnAsItIs) {
 TEST_F(SizeOnFakesTest, EmptyOneMakesAnIncompleteFramebuffer) {
   EXPECT_FALSE(renderer_->initialize(0, 5, false));
   EXPECT_EQ(err_.Take(), RendererLines({"Framebuffer incomplete: 0x8cd6"}));
-  EXPECT_EQ(fake_graphics::Calls().back().function, "glCheckFramebufferStatus")
-      << "the framebuffer stays bound";
+  EXPECT_EQ(fake_graphics::Calls().back().function, "glCheckFramebufferStatus") << "the framebuffer stays bound";
   out_.Take();
 }
 
@@ -648,8 +630,7 @@ TEST_F(ContextOnFakesTest, MovesFromThreadToThread) {
   EXPECT_TRUE(renderer_->makeContextCurrent());
   EXPECT_EQ(fake_graphics::CurrentContext(), "context1");
 
-  const std::string release =
-      "eglMakeCurrent(display1, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT) -> EGL_TRUE\n";
+  const std::string release = "eglMakeCurrent(display1, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT) -> EGL_TRUE\n";
   EXPECT_EQ(TakeCalls(), release + MakeCurrent("EGL_TRUE") + "\n" + release + MakeCurrent("EGL_TRUE") + "\n");
   EXPECT_EQ(out_.Take() + err_.Take(), "");
 }
@@ -714,19 +695,18 @@ TEST_F(ContextOnFakesTest, CleanupClosesTheDrmNodeOnce) {
 
 TEST_F(ContextOnFakesTest, CleanupGoesOnWhenEachReleaseFails) {
   MakeReady();
-  for (const char* function :
-       {"glDeleteProgram", "glDeleteFramebuffers", "eglDestroyContext", "eglDestroySurface"}) {
+  for (const char* function : {"glDeleteProgram", "glDeleteFramebuffers", "eglDestroyContext", "eglDestroySurface"}) {
     fake_graphics::FailCall(function);
   }
   {
     const fake_graphics::Allowance allowance({"eglTerminate"});  // which then takes what is left with it
     renderer_->cleanup();
   }
-  EXPECT_EQ(TakeCalls(), kShaderReleases + Joined({"glDeleteFramebuffers(1, {1})", "glDeleteTextures(1, {2})",
-                                                   "glDeleteRenderbuffers(1, {3})",
-                                                   "eglDestroyContext(display1, context1) -> EGL_FALSE",
-                                                   "eglDestroySurface(display1, surface1) -> EGL_FALSE",
-                                                   "eglTerminate(display1) -> EGL_TRUE"}));
+  EXPECT_EQ(TakeCalls(),
+            kShaderReleases +
+                Joined({"glDeleteFramebuffers(1, {1})", "glDeleteTextures(1, {2})", "glDeleteRenderbuffers(1, {3})",
+                        "eglDestroyContext(display1, context1) -> EGL_FALSE",
+                        "eglDestroySurface(display1, surface1) -> EGL_FALSE", "eglTerminate(display1) -> EGL_TRUE"}));
   renderer_->cleanup();
   EXPECT_EQ(TakeCalls(), "");
 }
@@ -736,8 +716,7 @@ TEST_F(ContextOnFakesTest, InitializeAfterCleanupStartsAgain) {
   renderer_->cleanup();
   ForgetCallsAndLog();
   ASSERT_TRUE(Initialize(true));
-  EXPECT_THAT(fake_graphics::Alive(),
-              ElementsAreArray({"xdisplay1", "window1", "display2", "surface2", "context2", "framebuffer 7",
-                                "texture 8", "renderbuffer 9"}));
+  EXPECT_THAT(fake_graphics::Alive(), ElementsAreArray({"xdisplay1", "window1", "display2", "surface2", "context2",
+                                                        "framebuffer 7", "texture 8", "renderbuffer 9"}));
   out_.Take();
 }

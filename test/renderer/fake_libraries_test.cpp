@@ -181,9 +181,9 @@ TEST_F(FakeLibrariesTest, ObjectToGlWithoutAContext) {
   glFlush();
   EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
   EXPECT_EQ(glCreateProgram(), 0u);
-  EXPECT_THAT(fake_graphics::Complaints(), ElementsAre("glFlush: no current context on this thread",
-                                                       "glGetError: no current context on this thread",
-                                                       "glCreateProgram: no current context on this thread"));
+  EXPECT_THAT(fake_graphics::Complaints(),
+              ElementsAre("glFlush: no current context on this thread", "glGetError: no current context on this thread",
+                          "glCreateProgram: no current context on this thread"));
 }
 
 TEST_F(FakeLibrariesTest, ObjectToGlOnAnotherThreadThanTheContexts) {
@@ -204,8 +204,8 @@ TEST_F(FakeLibrariesTest, AllowWhatATestAllowsAndNoLonger) {
     glFinish();
   }
   glFlush();
-  EXPECT_THAT(fake_graphics::Complaints(), ElementsAre("glFinish: no current context on this thread",
-                                                       "glFlush: no current context on this thread"));
+  EXPECT_THAT(fake_graphics::Complaints(),
+              ElementsAre("glFinish: no current context on this thread", "glFlush: no current context on this thread"));
 }
 
 TEST_F(FakeLibrariesTest, ObjectToUnknownForeignAndReleasedNames) {
@@ -216,10 +216,10 @@ TEST_F(FakeLibrariesTest, ObjectToUnknownForeignAndReleasedNames) {
   glDeleteTextures(1, &texture);
   glDeleteTextures(1, &texture);
   glBindTexture(GL_TEXTURE_2D, texture);
-  EXPECT_THAT(fake_graphics::Complaints(),
-              ElementsAre("glBindTexture: unknown texture 77", "glBindRenderbuffer: unknown renderbuffer 1",
-                          "glDeleteTextures: texture 1 is released already",
-                          "glBindTexture: texture 1 is released already"));
+  EXPECT_THAT(
+      fake_graphics::Complaints(),
+      ElementsAre("glBindTexture: unknown texture 77", "glBindRenderbuffer: unknown renderbuffer 1",
+                  "glDeleteTextures: texture 1 is released already", "glBindTexture: texture 1 is released already"));
   EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_INVALID_VALUE));
   EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR)) << "one flag for all of one kind";
 }
@@ -265,8 +265,8 @@ TEST_F(FakeLibrariesTest, ObjectToLinkingWhatDidNotCompile) {
   MakeContext();
   fake_graphics::FailCompile("reason", 2);
   UseProgram();
-  EXPECT_THAT(fake_graphics::Complaints(), ElementsAre("glLinkProgram: program 1 lacks a compiled shader",
-                                                       "glUseProgram: program 1 is not linked"));
+  EXPECT_THAT(fake_graphics::Complaints(),
+              ElementsAre("glLinkProgram: program 1 lacks a compiled shader", "glUseProgram: program 1 is not linked"));
 }
 
 TEST_F(FakeLibrariesTest, ObjectToWhatMakesAGlErrorAndSetIt) {
@@ -284,8 +284,8 @@ TEST_F(FakeLibrariesTest, ObjectToWhatMakesAGlErrorAndSetIt) {
          glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 4, 3, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
        },
        "glTexImage2D: nothing is bound", GL_INVALID_OPERATION},
-      {[] { glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR); },
-       "glTexParameteri: no texture is bound", GL_INVALID_OPERATION},
+      {[] { glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR); }, "glTexParameteri: no texture is bound",
+       GL_INVALID_OPERATION},
       {[] { glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH_COMPONENT16, 4, 3); },
        "glRenderbufferStorage: nothing is bound", GL_INVALID_OPERATION},
       {[] { glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, 0, 0); },
@@ -297,8 +297,8 @@ TEST_F(FakeLibrariesTest, ObjectToWhatMakesAGlErrorAndSetIt) {
          for (int i = 0; i < 2; ++i) glAttachShader(program, glCreateShader(GL_VERTEX_SHADER));
        },
        "glAttachShader: program 2 has a shader of this type", GL_INVALID_OPERATION},
-      {[] { glGetAttribLocation(glCreateProgram(), "corner"); },
-       "glGetAttribLocation: program 5 is not linked", GL_INVALID_OPERATION},
+      {[] { glGetAttribLocation(glCreateProgram(), "corner"); }, "glGetAttribLocation: program 5 is not linked",
+       GL_INVALID_OPERATION},
       {[] { glEnableVertexAttribArray(8); }, "glEnableVertexAttribArray: no attribute 8", GL_INVALID_VALUE},
       {[] { glVertexAttribPointer(0, 3, GL_SHORT, GL_FALSE, 0, nullptr); },
        "glVertexAttribPointer: the fake reads floats only", GL_NO_ERROR},
@@ -412,9 +412,8 @@ TEST_F(FakeLibrariesTest, ObjectToAContextOnTwoThreads) {
     EXPECT_EQ(fake_graphics::CurrentContext(), "");
   }).join();
   EXPECT_EQ(fake_graphics::CurrentContext(), "context1");
-  EXPECT_THAT(fake_graphics::Complaints(),
-              ElementsAre("eglMakeCurrent: context1 is current on another thread",
-                          "eglMakeCurrent: surface1 is current on another thread"));
+  EXPECT_THAT(fake_graphics::Complaints(), ElementsAre("eglMakeCurrent: context1 is current on another thread",
+                                                       "eglMakeCurrent: surface1 is current on another thread"));
 }
 
 TEST_F(FakeLibrariesTest, SetAContextFreeWhenItsThreadEnds) {
@@ -447,10 +446,10 @@ TEST_F(FakeLibrariesTest, ObjectToHandlesAfterTheirRelease) {
     eglDestroySurface(display_, surface_);
   }
   eglMakeCurrent(display_, surface_, surface_, context_);
-  EXPECT_THAT(fake_graphics::Complaints(), ElementsAre("eglDestroyContext: context1 is released already",
-                                                       "eglDestroySurface: surface1 is released already",
-                                                       "eglMakeCurrent: context1 is released already",
-                                                       "eglMakeCurrent: surface1 is released already"));
+  EXPECT_THAT(
+      fake_graphics::Complaints(),
+      ElementsAre("eglDestroyContext: context1 is released already", "eglDestroySurface: surface1 is released already",
+                  "eglMakeCurrent: context1 is released already", "eglMakeCurrent: surface1 is released already"));
 }
 
 TEST_F(FakeLibrariesTest, ObjectToHandlesOfAnotherDisplay) {
@@ -463,8 +462,8 @@ TEST_F(FakeLibrariesTest, ObjectToHandlesOfAnotherDisplay) {
   EXPECT_EQ(eglCreateContext(other, config_, EGL_NO_CONTEXT, nullptr), EGL_NO_CONTEXT);
   EXPECT_EQ(eglGetError(), EGL_BAD_CONFIG);
 
-  const Window window = XCreateWindow(x_display, DefaultRootWindow(x_display), 0, 0, 4, 3, 0, 0, InputOutput,
-                                      nullptr, 0, nullptr);
+  const Window window =
+      XCreateWindow(x_display, DefaultRootWindow(x_display), 0, 0, 4, 3, 0, 0, InputOutput, nullptr, 0, nullptr);
   XMapWindow(XOpenDisplay(nullptr), window);
   EXPECT_THAT(fake_graphics::Complaints(), ElementsAre("eglDestroySurface: surface1 is another display's",
                                                        "eglCreateContext: config1 is another display's",
@@ -506,8 +505,8 @@ TEST_F(FakeLibrariesTest, SetTheEglErrorOfHalfMadeRenderersWithoutObjecting) {
 TEST_F(FakeLibrariesTest, ObjectToTerminatingBeforeDestroying) {
   MakeContext();
   eglTerminate(display_);
-  EXPECT_THAT(fake_graphics::Complaints(), ElementsAre("eglTerminate: surface1 is not destroyed",
-                                                       "eglTerminate: context1 is not destroyed"));
+  EXPECT_THAT(fake_graphics::Complaints(),
+              ElementsAre("eglTerminate: surface1 is not destroyed", "eglTerminate: context1 is not destroyed"));
   eglDestroySurface(display_, surface_);
   EXPECT_EQ(fake_graphics::Complaints().back(), "eglDestroySurface: display1 is not initialised");
 }
@@ -515,12 +514,11 @@ TEST_F(FakeLibrariesTest, ObjectToTerminatingBeforeDestroying) {
 TEST_F(FakeLibrariesTest, ObjectToSurfacesThatTheConfigIsNotFor) {
   MakeContext();
   Display* x_display = XOpenDisplay(nullptr);
-  const Window window = XCreateWindow(x_display, DefaultRootWindow(x_display), 0, 0, 4, 3, 0, 0, InputOutput,
-                                      nullptr, 0, nullptr);
+  const Window window =
+      XCreateWindow(x_display, DefaultRootWindow(x_display), 0, 0, 4, 3, 0, 0, InputOutput, nullptr, 0, nullptr);
   EXPECT_EQ(eglCreateWindowSurface(display_, config_, window, nullptr), EGL_NO_SURFACE);
   EXPECT_EQ(eglGetError(), EGL_BAD_MATCH);
-  EXPECT_THAT(fake_graphics::Complaints(),
-              ElementsAre("eglCreateWindowSurface: config1 is not for such surfaces"));
+  EXPECT_THAT(fake_graphics::Complaints(), ElementsAre("eglCreateWindowSurface: config1 is not for such surfaces"));
 }
 
 TEST_F(FakeLibrariesTest, ObjectToSwappingASurfaceThatIsNotCurrent) {
@@ -528,8 +526,7 @@ TEST_F(FakeLibrariesTest, ObjectToSwappingASurfaceThatIsNotCurrent) {
   EXPECT_TRUE(eglSwapBuffers(display_, surface_));
   Unbind();
   EXPECT_FALSE(eglSwapBuffers(display_, surface_));
-  EXPECT_THAT(fake_graphics::Complaints(),
-              ElementsAre("eglSwapBuffers: surface1 is not current on this thread"));
+  EXPECT_THAT(fake_graphics::Complaints(), ElementsAre("eglSwapBuffers: surface1 is not current on this thread"));
 }
 
 // ---- X, GBM and descriptors -------------------------------------------------------------------------------
@@ -560,9 +557,9 @@ TEST_F(FakeLibrariesTest, ObjectToReleasingInTheWrongOrder) {
   XDestroyWindow(x_display, window);
   XCreateWindow(x_display, root, 0, 0, 4, 3, 0, 0, InputOutput, nullptr, 0, nullptr);
   XCloseDisplay(x_display);
-  EXPECT_THAT(fake_graphics::Complaints(), ElementsAre("XDestroyWindow: surface1 is still on it",
-                                                       "XCloseDisplay: display1 is not terminated",
-                                                       "XCloseDisplay: window2 is still there"));
+  EXPECT_THAT(fake_graphics::Complaints(),
+              ElementsAre("XDestroyWindow: surface1 is still on it", "XCloseDisplay: display1 is not terminated",
+                          "XCloseDisplay: window2 is still there"));
 }
 
 TEST_F(FakeLibrariesTest, ObjectToReleasingAGbmDeviceUnderItsDisplay) {

@@ -18,8 +18,7 @@ namespace {
 // Three columns and two rows, bottom row first; no two bytes are alike.
 const Bytes kBottomUp = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12,   // bottom row
                          13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24};  // top row
-const Bytes kTopDown = {13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24,
-                        1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12};
+const Bytes kTopDown = {13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
 
 class ReadbackOnFakesTest : public FakeRendererTest {
  protected:
@@ -35,8 +34,8 @@ class ReadbackOnFakesTest : public FakeRendererTest {
 };
 
 std::string ReadCalls(int framebuffer, const std::string& size, const std::string& error) {
-  return "glBindFramebuffer(GL_FRAMEBUFFER, " + std::to_string(framebuffer) + ")\nglReadPixels(0, 0, " +
-         size + ", GL_RGBA, GL_UNSIGNED_BYTE)\nglGetError() -> " + error + "\n";
+  return "glBindFramebuffer(GL_FRAMEBUFFER, " + std::to_string(framebuffer) + ")\nglReadPixels(0, 0, " + size +
+         ", GL_RGBA, GL_UNSIGNED_BYTE)\nglGetError() -> " + error + "\n";
 }
 
 }  // namespace

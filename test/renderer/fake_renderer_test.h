@@ -34,8 +34,7 @@ inline std::string LastLines(const std::vector<std::string>& lines, size_t count
   return Joined({lines.end() - static_cast<std::ptrdiff_t>(count), lines.end()});
 }
 
-inline constexpr char kVertexSource[] =
-    "attribute vec3 a_position; attribute vec3 a_normal;\nuniform mat4 u_mvp;";
+inline constexpr char kVertexSource[] = "attribute vec3 a_position; attribute vec3 a_normal;\nuniform mat4 u_mvp;";
 inline constexpr char kFragmentSource[] = "uniform vec3 u_lightDir;\nuniform vec3 u_objectColor;";
 
 /// A renderer on the fake graphics libraries, whose calls and log a test reads. When the test is over, the
@@ -85,9 +84,7 @@ class FakeRendererTest : public ::testing::Test {
     renderer_.reset();
   }
 
-  static std::ptrdiff_t OpenFiles() {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-  }
+  static std::ptrdiff_t OpenFiles() { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); }
 
   LogCapture out_{stdout};
   LogCapture err_{stderr};

@@ -13,8 +13,8 @@ std::string Source(int shader, const std::string& text) {
 
 // The calls of a good load in its steps: each ends where something can fail.
 const std::vector<std::vector<std::string>> kSteps = {
-    {"glCreateShader(GL_VERTEX_SHADER) -> 4", "glCreateShader(GL_FRAGMENT_SHADER) -> 5",
-     Source(4, kVertexSource), "glCompileShader(4)", "glGetShaderiv(4, GL_COMPILE_STATUS) -> 1"},
+    {"glCreateShader(GL_VERTEX_SHADER) -> 4", "glCreateShader(GL_FRAGMENT_SHADER) -> 5", Source(4, kVertexSource),
+     "glCompileShader(4)", "glGetShaderiv(4, GL_COMPILE_STATUS) -> 1"},
     {Source(5, kFragmentSource), "glCompileShader(5)", "glGetShaderiv(5, GL_COMPILE_STATUS) -> 1"},
     {"glCreateProgram() -> 6", "glAttachShader(6, 4)", "glAttachShader(6, 5)", "glLinkProgram(6)",
      "glGetProgramiv(6, GL_LINK_STATUS) -> 1"},
@@ -51,9 +51,9 @@ TEST_F(ShadersOnFakesTest, MissingNamesAreNoFailure) {
     fake_graphics::SetLocation(name, -1);
   }
   EXPECT_TRUE(LoadShaders());
-  EXPECT_EQ(out_.Take(), RendererLines({kLines[0], kLines[1], kLines[2], kLines[3],
-                                        "Attribute locations - position: -1, normal: -1",
-                                        "Uniform locations - mvp: -1, lightDir: -1, objectColor: -1"}));
+  EXPECT_EQ(out_.Take(),
+            RendererLines({kLines[0], kLines[1], kLines[2], kLines[3], "Attribute locations - position: -1, normal: -1",
+                           "Uniform locations - mvp: -1, lightDir: -1, objectColor: -1"}));
   EXPECT_EQ(err_.Take(), "");
 }
 
@@ -92,25 +92,22 @@ std::vector<Failure> Failures() {
     std::string releases;
   };
   const End ends[] = {
-      {"Vertex", 0, "4", "Shader", "GL_COMPILE_STATUS", "Shader compile error:",
-       "Failed to compile vertex shader", [](const std::string& log) { fake_graphics::FailCompile(log, 1); },
+      {"Vertex", 0, "4", "Shader", "GL_COMPILE_STATUS", "Shader compile error:", "Failed to compile vertex shader",
+       [](const std::string& log) { fake_graphics::FailCompile(log, 1); },
        [] { fake_graphics::FailCall("glCompileShader", 1); }, kShaderReleases},
-      {"Fragment", 1, "5", "Shader", "GL_COMPILE_STATUS",
-       "Shader compile error:", "Failed to compile fragment shader",
+      {"Fragment", 1, "5", "Shader", "GL_COMPILE_STATUS", "Shader compile error:", "Failed to compile fragment shader",
        [](const std::string& log) { fake_graphics::FailCompile(log, 2); },
        [] { fake_graphics::FailCall("glCompileShader", 2); }, kShaderReleases},
       {"Link", 2, "6", "Program", "GL_LINK_STATUS", "Program link error:", "Failed to link program",
-       [](const std::string& log) { fake_graphics::FailLink(log); },
-       [] { fake_graphics::FailCall("glLinkProgram"); }, kProgramReleases},
+       [](const std::string& log) { fake_graphics::FailLink(log); }, [] { fake_graphics::FailCall("glLinkProgram"); },
+       kProgramReleases},
   };
   struct Log {
     const char* name;
     std::optional<std::string> text;
   };
-  const Log logs[] = {{"NoLog", std::nullopt},
-                      {"EmptyLog", ""},
-                      {"ShortestLog", "x"},
-                      {"Log", "0:1: error: 100% wrong\n0:2: more"}};
+  const Log logs[] = {
+      {"NoLog", std::nullopt}, {"EmptyLog", ""}, {"ShortestLog", "x"}, {"Log", "0:1: error: 100% wrong\n0:2: more"}};
 
   std::vector<Failure> failures;
   for (const End& end : ends) {
@@ -122,11 +119,10 @@ std::vector<Failure> Failures() {
       const std::string query = "glGet" + end.function;
       failure.calls = {query + "iv(" + end.object + ", " + end.status + ") -> 0"};
       const size_t length = log.text ? log.text->size() + 1 : 0;
-      failure.calls.push_back(query + "iv(" + end.object + ", GL_INFO_LOG_LENGTH) -> " +
-                              std::to_string(length));
+      failure.calls.push_back(query + "iv(" + end.object + ", GL_INFO_LOG_LENGTH) -> " + std::to_string(length));
       if (length >= 2) {
-        failure.calls.push_back(query + "InfoLog(" + end.object + ", " + std::to_string(length) +
-                                ", null) -> " + fake_graphics::Quoted(*log.text));
+        failure.calls.push_back(query + "InfoLog(" + end.object + ", " + std::to_string(length) + ", null) -> " +
+                                fake_graphics::Quoted(*log.text));
         failure.error_text = "[EGLRenderer] " + end.title + "\n" + *log.text + "\n";
       }
       failure.error_text += "[EGLRenderer] " + end.failure + "\n";

@@ -158,8 +158,8 @@ TEST_F(WholeRunOnFakesTest, CallsAndLogOfTwoFramesOnAThreadOfTheirOwn) {
   Destroy();
   const std::vector<fake_graphics::Call> calls = fake_graphics::Calls();
   EXPECT_EQ(TakeCalls(), std::string(kSetUpCalls) +
-                             "eglMakeCurrent(display1, surface1, surface1, context1) -> EGL_TRUE\n" +
-                             kFrameCalls + kFrameCalls + kReleaseCalls);
+                             "eglMakeCurrent(display1, surface1, surface1, context1) -> EGL_TRUE\n" + kFrameCalls +
+                             kFrameCalls + kReleaseCalls);
   EXPECT_EQ(out_.Take(), kLines);
   EXPECT_EQ(err_.Take(), "");
 

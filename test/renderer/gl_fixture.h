@@ -26,9 +26,7 @@
 struct Pixel {
   int r, g, b, a;
 
-  bool operator==(const Pixel& other) const {
-    return r == other.r && g == other.g && b == other.b && a == other.a;
-  }
+  bool operator==(const Pixel& other) const { return r == other.r && g == other.g && b == other.b && a == other.a; }
   friend std::ostream& operator<<(std::ostream& stream, const Pixel& pixel) {
     return stream << "(" << pixel.r << ", " << pixel.g << ", " << pixel.b << ", " << pixel.a << ")";
   }
@@ -39,8 +37,8 @@ inline constexpr Pixel kUncovered = {0, 0, 0, 0};
 /// Every channel within one step of 255: the fragment shader may compute in 10-bit mantissas (mediump), and
 /// rounds to 8 bits in the end.
 MATCHER_P(IsNear, expected, "is within one step of " + ::testing::PrintToString(expected)) {
-  return std::abs(arg.r - expected.r) <= 1 && std::abs(arg.g - expected.g) <= 1 &&
-         std::abs(arg.b - expected.b) <= 1 && std::abs(arg.a - expected.a) <= 1;
+  return std::abs(arg.r - expected.r) <= 1 && std::abs(arg.g - expected.g) <= 1 && std::abs(arg.b - expected.b) <= 1 &&
+         std::abs(arg.a - expected.a) <= 1;
 }
 
 /// An opaque pixel of `color`, made lighter or darker by `factor`.
@@ -130,8 +128,7 @@ class GlTest : public ::testing::Test {
              const char* fragment_shader = kFragmentShader) {
     bool ready = false;
     const Said said = WhatIsSaid([&] {
-      ready =
-          renderer_.initialize(width, height, false) && renderer_.loadShaders(vertex_shader, fragment_shader);
+      ready = renderer_.initialize(width, height, false) && renderer_.loadShaders(vertex_shader, fragment_shader);
     });
     if (!ready || !said.err.empty()) throw std::runtime_error("Start: " + said.out + said.err);
     if (glGetError() != GL_NO_ERROR) throw std::runtime_error("Start left a GL error");
@@ -139,8 +136,7 @@ class GlTest : public ::testing::Test {
 
   /// Two triangles that cover `area`, with one normal all over. In clip coordinates: `depth` goes from -1,
   /// near, to 1, far, and mvp_ is best left as it is.
-  MeshData Rectangle(const Area& area, const Color& color, float depth = 0.0f,
-                     const Vector& normal = {0, 0, 1}) const {
+  MeshData Rectangle(const Area& area, const Color& color, float depth = 0.0f, const Vector& normal = {0, 0, 1}) const {
     const auto x = [this](int column) {
       return 2.0f * static_cast<float>(column) / static_cast<float>(renderer_.width()) - 1.0f;
     };
@@ -174,8 +170,7 @@ class GlTest : public ::testing::Test {
       after_step("setMVP");
       renderer_.setModel(model_);
       after_step("setModel");
-      renderer_.setLighting(light_[0], light_[1], light_[2], light_color_[0], light_color_[1],
-                            light_color_[2]);
+      renderer_.setLighting(light_[0], light_[1], light_[2], light_color_[0], light_color_[1], light_color_[2]);
       after_step("setLighting");
       for (const MeshData& mesh : meshes) {
         renderer_.setObjectColor(mesh.color[0], mesh.color[1], mesh.color[2]);

@@ -61,11 +61,10 @@ TEST_F(OffscreenTest, InitializeLogsEachStepAndWhatTheDriverCallsItself) {
         said.out,
         RendererLines({"Initializing " + SizeText(size.width, size.height) + " (offscreen mode)",
                        "Trying EGL_DEFAULT_DISPLAY for offscreen rendering (X11 system)...",
-                       "EGL version: " + EglVersion(), "EGL config chosen, numConfigs: 1",
-                       "Pbuffer surface created", "EGL context created",
-                       "Context made current (temporarily for setup)", "GL Vendor: " + GlString(GL_VENDOR),
-                       "GL Renderer: " + GlString(GL_RENDERER), "GL Version: " + GlString(GL_VERSION),
-                       "GLSL Version: " + GlString(GL_SHADING_LANGUAGE_VERSION),
+                       "EGL version: " + EglVersion(), "EGL config chosen, numConfigs: 1", "Pbuffer surface created",
+                       "EGL context created", "Context made current (temporarily for setup)",
+                       "GL Vendor: " + GlString(GL_VENDOR), "GL Renderer: " + GlString(GL_RENDERER),
+                       "GL Version: " + GlString(GL_VERSION), "GLSL Version: " + GlString(GL_SHADING_LANGUAGE_VERSION),
                        "Created FBO: " + std::to_string(GlInteger(GL_FRAMEBUFFER_BINDING)) +
                            ", Texture: " + std::to_string(color) + ", Depth: " + std::to_string(depth),
                        "Framebuffer complete"}));
@@ -121,8 +120,7 @@ TEST_F(OffscreenTest, FramesAreDrawnIntoARgbaTextureWithSixteenBitsOfDepth) {
   EXPECT_EQ(GlInteger(GL_DEPTH_BITS), 16);
   EXPECT_EQ(GlInteger(GL_STENCIL_BITS), 0);
 
-  const auto texture =
-      static_cast<GLuint>(Attachment(GL_COLOR_ATTACHMENT0, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME));
+  const auto texture = static_cast<GLuint>(Attachment(GL_COLOR_ATTACHMENT0, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME));
   glBindTexture(GL_TEXTURE_2D, texture);
   const auto parameter = [](GLenum name) {
     GLint value = -1;
@@ -134,8 +132,8 @@ TEST_F(OffscreenTest, FramesAreDrawnIntoARgbaTextureWithSixteenBitsOfDepth) {
   EXPECT_EQ(parameter(GL_TEXTURE_WRAP_S), GL_REPEAT);
   EXPECT_EQ(parameter(GL_TEXTURE_WRAP_T), GL_REPEAT);
 
-  glBindRenderbuffer(GL_RENDERBUFFER, static_cast<GLuint>(Attachment(GL_DEPTH_ATTACHMENT,
-                                                                     GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME)));
+  glBindRenderbuffer(GL_RENDERBUFFER,
+                     static_cast<GLuint>(Attachment(GL_DEPTH_ATTACHMENT, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME)));
   GLint width = 0;
   GLint height = 0;
   glGetRenderbufferParameteriv(GL_RENDERBUFFER, GL_RENDERBUFFER_WIDTH, &width);
@@ -180,10 +178,9 @@ TEST_F(OffscreenTest, NegativeSizesFailAtThePbuffer) {
   const struct { int width, height; } sizes[] = {{-1, 3}, {5, -1}, {-5, -3}, {-2147483647 - 1, 1}};
   for (const auto& size : sizes) {
     const Said said = Initialize(size.width, size.height, false);
-    EXPECT_EQ(said.out,
-              RendererLines({"Initializing " + SizeText(size.width, size.height) + " (offscreen mode)",
-                             "Trying EGL_DEFAULT_DISPLAY for offscreen rendering (X11 system)...",
-                             "EGL version: " + EglVersion(), "EGL config chosen, numConfigs: 1"}));
+    EXPECT_EQ(said.out, RendererLines({"Initializing " + SizeText(size.width, size.height) + " (offscreen mode)",
+                                       "Trying EGL_DEFAULT_DISPLAY for offscreen rendering (X11 system)...",
+                                       "EGL version: " + EglVersion(), "EGL config chosen, numConfigs: 1"}));
     EXPECT_EQ(said.err, RendererLines({"Failed to create pbuffer surface"}));
     EXPECT_EQ(eglGetCurrentContext(), EGL_NO_CONTEXT);
     renderer_.cleanup();
@@ -204,8 +201,7 @@ TEST_F(OffscreenTest, SizesThatNoTextureHasLeaveTheFramebufferIncomplete) {
 
 // GL keeps the first error until somebody asks; then the next one counts. So the first line below is about
 // setMVP without a program, the second about disabling the attribute "-1".
-const std::string kErrorsWithoutAProgram =
-    RendererLines({"GL error: 0x502", "readPixels: glReadPixels error: 0x501"});
+const std::string kErrorsWithoutAProgram = RendererLines({"GL error: 0x502", "readPixels: glReadPixels error: 0x501"});
 
 TEST_F(OffscreenTest, DrawingBeforeShadersAreLoadedReportsGlErrorsAndLeavesTheFrameClear) {
   Initialize(5, 3);
@@ -304,10 +300,8 @@ TEST_F(OffscreenTest, CleanupDeletesTheGlObjectsAndKeepsTheSize) {
   Start(5, 3);
   renderer_.beginFrame();
   const GLuint framebuffer = GlName(GL_FRAMEBUFFER_BINDING);
-  const auto texture =
-      static_cast<GLuint>(Attachment(GL_COLOR_ATTACHMENT0, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME));
-  const auto depth =
-      static_cast<GLuint>(Attachment(GL_DEPTH_ATTACHMENT, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME));
+  const auto texture = static_cast<GLuint>(Attachment(GL_COLOR_ATTACHMENT0, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME));
+  const auto depth = static_cast<GLuint>(Attachment(GL_DEPTH_ATTACHMENT, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME));
   const GLuint program = GlName(GL_CURRENT_PROGRAM);
   GLuint shaders[2] = {};
   glGetAttachedShaders(program, 2, nullptr, shaders);

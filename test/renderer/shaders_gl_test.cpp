@@ -54,8 +54,7 @@ std::string DriversTextForProgram(const char* vertex_shader, const char* fragmen
 }
 
 // Each compiles; their varyings do not fit together.
-const char* const kThreeComponents =
-    "varying vec3 v; void main() { v = vec3(1.0); gl_Position = vec4(v, 1.0); }";
+const char* const kThreeComponents = "varying vec3 v; void main() { v = vec3(1.0); gl_Position = vec4(v, 1.0); }";
 const char* const kTwoComponents =
     "precision mediump float; varying vec2 v; void main() { gl_FragColor = vec4(v, v); }";
 
@@ -68,22 +67,21 @@ TEST_F(ShadersTest, LoadingLogsEachStepAndTheLocations) {
   ASSERT_NE(program, 0u);
   const auto attribute = [&](const char* name) { return std::to_string(glGetAttribLocation(program, name)); };
   const auto uniform = [&](const char* name) { return std::to_string(glGetUniformLocation(program, name)); };
-  EXPECT_EQ(said.out, RendererLines({"Loading shaders...", "Vertex shader compiled",
-                                     "Fragment shader compiled", "Shader program linked",
-                                     "Attribute locations - position: " + attribute("a_position") +
-                                         ", normal: " + attribute("a_normal"),
-                                     "Uniform locations - mvp: " + uniform("u_mvp") +
-                                         ", lightDir: " + uniform("u_lightDir") +
-                                         ", objectColor: " + uniform("u_objectColor")}));
+  EXPECT_EQ(said.out,
+            RendererLines(
+                {"Loading shaders...", "Vertex shader compiled", "Fragment shader compiled", "Shader program linked",
+                 "Attribute locations - position: " + attribute("a_position") + ", normal: " + attribute("a_normal"),
+                 "Uniform locations - mvp: " + uniform("u_mvp") + ", lightDir: " + uniform("u_lightDir") +
+                     ", objectColor: " + uniform("u_objectColor")}));
   EXPECT_EQ(said.err, "");
 }
 
 TEST_F(ShadersTest, NamesThatTheShadersLackAreNoFailureAndShowAsMinusOne) {
   const Said said = Load(true, "attribute vec3 position; void main() { gl_Position = vec4(position, 1.0); }",
                          "void main() { gl_FragColor = vec4(1.0); }");
-  EXPECT_THAT(said.out, ::testing::EndsWith(RendererLines(
-                            {"Shader program linked", "Attribute locations - position: -1, normal: -1",
-                             "Uniform locations - mvp: -1, lightDir: -1, objectColor: -1"})));
+  EXPECT_THAT(said.out, ::testing::EndsWith(
+                            RendererLines({"Shader program linked", "Attribute locations - position: -1, normal: -1",
+                                           "Uniform locations - mvp: -1, lightDir: -1, objectColor: -1"})));
   EXPECT_EQ(said.err, "");
 }
 
@@ -111,8 +109,7 @@ TEST_F(ShadersTest, ABrokenVertexShaderIsReportedInTheDriversWords) {
   ASSERT_GE(drivers_text.size(), 2u);
   const Said said = Load(false, kBroken, kFragmentShader);
   EXPECT_EQ(said.out, RendererLines({"Loading shaders..."}));
-  EXPECT_EQ(said.err,
-            RendererLines({"Shader compile error:\n" + drivers_text, "Failed to compile vertex shader"}));
+  EXPECT_EQ(said.err, RendererLines({"Shader compile error:\n" + drivers_text, "Failed to compile vertex shader"}));
 }
 
 TEST_F(ShadersTest, ABrokenFragmentShaderIsReportedInTheDriversWords) {
@@ -120,16 +117,14 @@ TEST_F(ShadersTest, ABrokenFragmentShaderIsReportedInTheDriversWords) {
   ASSERT_GE(drivers_text.size(), 2u);
   const Said said = Load(false, kVertexShader, kBroken);
   EXPECT_EQ(said.out, RendererLines({"Loading shaders...", "Vertex shader compiled"}));
-  EXPECT_EQ(said.err,
-            RendererLines({"Shader compile error:\n" + drivers_text, "Failed to compile fragment shader"}));
+  EXPECT_EQ(said.err, RendererLines({"Shader compile error:\n" + drivers_text, "Failed to compile fragment shader"}));
 }
 
 TEST_F(ShadersTest, ShadersThatDoNotFitTogetherAreReportedInTheDriversWords) {
   const std::string drivers_text = DriversTextForProgram(kThreeComponents, kTwoComponents);
   ASSERT_GE(drivers_text.size(), 2u);
   const Said said = Load(false, kThreeComponents, kTwoComponents);
-  EXPECT_EQ(said.out,
-            RendererLines({"Loading shaders...", "Vertex shader compiled", "Fragment shader compiled"}));
+  EXPECT_EQ(said.out, RendererLines({"Loading shaders...", "Vertex shader compiled", "Fragment shader compiled"}));
   EXPECT_EQ(said.err, RendererLines({"Program link error:\n" + drivers_text, "Failed to link program"}));
 }
 

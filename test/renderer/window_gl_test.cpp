@@ -69,9 +69,8 @@ class WindowTest : public GlTest {
   }
 
   void CopyWindowTo(Frame& frame) const {
-    XImage* const image =
-        XGetImage(onlooker_.get(), FindWindow(), 0, 0, static_cast<unsigned int>(frame.width),
-                  static_cast<unsigned int>(frame.height), AllPlanes, ZPixmap);
+    XImage* const image = XGetImage(onlooker_.get(), FindWindow(), 0, 0, static_cast<unsigned int>(frame.width),
+                                    static_cast<unsigned int>(frame.height), AllPlanes, ZPixmap);
     if (image == nullptr) throw std::runtime_error("XGetImage");
     for (int y = 0; y < frame.height; ++y) {
       for (int x = 0; x < frame.width; ++x) {
@@ -136,19 +135,18 @@ TEST_F(WindowTest, TheWindowAsksForExposuresAndKeys) {
   InitializeWindow(120, 80);
   // EGL may listen to more, on connections of its own.
   const long wanted = ExposureMask | KeyPressMask;
-  EXPECT_EQ(AttributesOf(FindWindow()).all_event_masks &
-                (wanted | ButtonPressMask | PointerMotionMask | KeyReleaseMask),
-            wanted);
+  EXPECT_EQ(
+      AttributesOf(FindWindow()).all_event_masks & (wanted | ButtonPressMask | PointerMotionMask | KeyReleaseMask),
+      wanted);
 }
 
 TEST_F(WindowTest, InitializeLogsEachStep) {
   const Said said = InitializeWindow(120, 80);
-  EXPECT_THAT(said.out, ::testing::StartsWith(
-                            RendererLines({"Initializing 120x80 (window mode)", "X11 window created"}) +
-                            "[EGLRenderer] EGL version: 1."));
   EXPECT_THAT(said.out,
-              ::testing::HasSubstr(RendererLines({"Window surface created", "EGL context created",
-                                                  "Context made current (temporarily for setup)"})));
+              ::testing::StartsWith(RendererLines({"Initializing 120x80 (window mode)", "X11 window created"}) +
+                                    "[EGLRenderer] EGL version: 1."));
+  EXPECT_THAT(said.out, ::testing::HasSubstr(RendererLines({"Window surface created", "EGL context created",
+                                                            "Context made current (temporarily for setup)"})));
   EXPECT_THAT(said.out, ::testing::EndsWith(RendererLines({"Framebuffer complete"})));
   EXPECT_EQ(said.err, "");
 }

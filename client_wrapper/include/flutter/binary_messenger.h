@@ -13,8 +13,7 @@ using BinaryReply = std::function<void(const uint8_t* reply, size_t reply_size)>
 
 /// Takes the bytes of a message, which live until it returns, and the function that answers it. The reply may
 /// be kept and called later, once.
-using BinaryMessageHandler =
-    std::function<void(const uint8_t* message, size_t message_size, BinaryReply reply)>;
+using BinaryMessageHandler = std::function<void(const uint8_t* message, size_t message_size, BinaryReply reply)>;
 
 /// Sends and receives the raw messages of named channels.
 ///

@@ -52,20 +52,20 @@ class CustomEncodableValue {
 namespace internal {
 
 // The order of the alternatives is the order of values of different types, and the codec goes by it.
-using EncodableVariant = std::variant<std::monostate,            //  0: null
-                                      bool,                      //  1
-                                      int32_t,                   //  2
-                                      int64_t,                   //  3
-                                      double,                    //  4
-                                      std::string,               //  5: UTF-8
-                                      std::vector<uint8_t>,      //  6
-                                      std::vector<int32_t>,      //  7
-                                      std::vector<int64_t>,      //  8
-                                      std::vector<double>,       //  9
-                                      EncodableList,             // 10
-                                      EncodableMap,              // 11
-                                      CustomEncodableValue,      // 12
-                                      std::vector<float>>;       // 13
+using EncodableVariant = std::variant<std::monostate,        //  0: null
+                                      bool,                  //  1
+                                      int32_t,               //  2
+                                      int64_t,               //  3
+                                      double,                //  4
+                                      std::string,           //  5: UTF-8
+                                      std::vector<uint8_t>,  //  6
+                                      std::vector<int32_t>,  //  7
+                                      std::vector<int64_t>,  //  8
+                                      std::vector<double>,   //  9
+                                      EncodableList,         // 10
+                                      EncodableMap,          // 11
+                                      CustomEncodableValue,  // 12
+                                      std::vector<float>>;   // 13
 
 }  // namespace internal
 

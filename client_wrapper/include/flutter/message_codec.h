@@ -22,9 +22,7 @@ class MessageCodec {
   std::unique_ptr<T> DecodeMessage(const std::vector<uint8_t>& bytes) const {
     return DecodeMessageInternal(bytes.data(), bytes.size());
   }
-  std::unique_ptr<std::vector<uint8_t>> EncodeMessage(const T& message) const {
-    return EncodeMessageInternal(message);
-  }
+  std::unique_ptr<std::vector<uint8_t>> EncodeMessage(const T& message) const { return EncodeMessageInternal(message); }
 
  protected:
   MessageCodec() = default;

@@ -42,18 +42,17 @@ class MethodChannel {
       messenger_->SetMessageHandler(name_, nullptr);
       return;
     }
-    messenger_->SetMessageHandler(
-        name_, [handler = std::move(handler), codec = codec_, channel = name_](
-                   const uint8_t* message, size_t message_size, BinaryReply reply) {
-          auto result = std::make_unique<EngineMethodResult<T>>(std::move(reply), codec);
-          const std::unique_ptr<MethodCall<T>> call = codec->DecodeMethodCall(message, message_size);
-          if (!call) {
-            internal::ReportUndecodableCall(channel);
-            result->NotImplemented();
-            return;
-          }
-          handler(*call, std::move(result));
-        });
+    messenger_->SetMessageHandler(name_, [handler = std::move(handler), codec = codec_, channel = name_](
+                                             const uint8_t* message, size_t message_size, BinaryReply reply) {
+      auto result = std::make_unique<EngineMethodResult<T>>(std::move(reply), codec);
+      const std::unique_ptr<MethodCall<T>> call = codec->DecodeMethodCall(message, message_size);
+      if (!call) {
+        internal::ReportUndecodableCall(channel);
+        result->NotImplemented();
+        return;
+      }
+      handler(*call, std::move(result));
+    });
   }
 
  private:

@@ -33,8 +33,7 @@ class MethodCodec {
     return EncodeSuccessEnvelopeInternal(result);
   }
   /// `details` may be null.
-  std::unique_ptr<std::vector<uint8_t>> EncodeErrorEnvelope(const std::string& code,
-                                                            const std::string& message = "",
+  std::unique_ptr<std::vector<uint8_t>> EncodeErrorEnvelope(const std::string& code, const std::string& message = "",
                                                             const T* details = nullptr) const {
     return EncodeErrorEnvelopeInternal(code, message, details);
   }

@@ -29,11 +29,9 @@ class StandardMethodCodec : public MethodCodec<EncodableValue> {
  protected:
   std::unique_ptr<MethodCall<EncodableValue>> DecodeMethodCallInternal(const uint8_t* bytes,
                                                                        size_t size) const override;
-  std::unique_ptr<std::vector<uint8_t>> EncodeMethodCallInternal(
-      const MethodCall<EncodableValue>& call) const override;
+  std::unique_ptr<std::vector<uint8_t>> EncodeMethodCallInternal(const MethodCall<EncodableValue>& call) const override;
   std::unique_ptr<std::vector<uint8_t>> EncodeSuccessEnvelopeInternal(const EncodableValue* result) const override;
-  std::unique_ptr<std::vector<uint8_t>> EncodeErrorEnvelopeInternal(const std::string& code,
-                                                                    const std::string& message,
+  std::unique_ptr<std::vector<uint8_t>> EncodeErrorEnvelopeInternal(const std::string& code, const std::string& message,
                                                                     const EncodableValue* details) const override;
   bool DecodeAndProcessResponseEnvelopeInternal(const uint8_t* bytes, size_t size,
                                                 MethodResult<EncodableValue>* result) const override;

@@ -21,9 +21,7 @@ class PixelBufferTexture {
 
   explicit PixelBufferTexture(CopyBufferCallback copy) : copy_(std::move(copy)) {}
 
-  const FlutterDesktopPixelBuffer* CopyPixelBuffer(size_t width, size_t height) const {
-    return copy_(width, height);
-  }
+  const FlutterDesktopPixelBuffer* CopyPixelBuffer(size_t width, size_t height) const { return copy_(width, height); }
 
  private:
   CopyBufferCallback copy_;
@@ -51,13 +49,12 @@ class GpuSurfaceTexture {
 /// A texture whose frames are EGL images.
 class EGLImageTexture {
  public:
-  using GetEGLImageCallback = std::function<const FlutterDesktopEGLImage*(size_t width, size_t height,
-                                                                          void* egl_display, void* egl_context)>;
+  using GetEGLImageCallback =
+      std::function<const FlutterDesktopEGLImage*(size_t width, size_t height, void* egl_display, void* egl_context)>;
 
   explicit EGLImageTexture(GetEGLImageCallback get) : get_(std::move(get)) {}
 
-  const FlutterDesktopEGLImage* GetEGLImage(size_t width, size_t height, void* egl_display,
-                                            void* egl_context) const {
+  const FlutterDesktopEGLImage* GetEGLImage(size_t width, size_t height, void* egl_display, void* egl_context) const {
     return get_(width, height, egl_display, egl_context);
   }
 

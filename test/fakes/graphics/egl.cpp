@@ -9,9 +9,8 @@ using namespace fake_graphics;
 
 namespace {
 
-const std::vector<NamedNumber> kSurfaceTypes = {{EGL_PBUFFER_BIT, "EGL_PBUFFER_BIT"},
-                                                {EGL_PIXMAP_BIT, "EGL_PIXMAP_BIT"},
-                                                {EGL_WINDOW_BIT, "EGL_WINDOW_BIT"}};
+const std::vector<NamedNumber> kSurfaceTypes = {
+    {EGL_PBUFFER_BIT, "EGL_PBUFFER_BIT"}, {EGL_PIXMAP_BIT, "EGL_PIXMAP_BIT"}, {EGL_WINDOW_BIT, "EGL_WINDOW_BIT"}};
 const std::vector<NamedNumber> kRenderableTypes = {{EGL_OPENGL_ES_BIT, "EGL_OPENGL_ES_BIT"},
                                                    {EGL_OPENGL_ES2_BIT, "EGL_OPENGL_ES2_BIT"},
                                                    {EGL_OPENGL_ES3_BIT, "EGL_OPENGL_ES3_BIT"},
@@ -103,15 +102,9 @@ class EglCall : public CallRecord {
     return object;
   }
 
-  std::string DisplayText(EGLDisplay display) {
-    return NameOf(machine().displays, Key(display), "EGL_NO_DISPLAY");
-  }
-  std::string SurfaceText(EGLSurface surface) {
-    return NameOf(machine().surfaces, Key(surface), "EGL_NO_SURFACE");
-  }
-  std::string ContextText(EGLContext context) {
-    return NameOf(machine().contexts, Key(context), "EGL_NO_CONTEXT");
-  }
+  std::string DisplayText(EGLDisplay display) { return NameOf(machine().displays, Key(display), "EGL_NO_DISPLAY"); }
+  std::string SurfaceText(EGLSurface surface) { return NameOf(machine().surfaces, Key(surface), "EGL_NO_SURFACE"); }
+  std::string ContextText(EGLContext context) { return NameOf(machine().contexts, Key(context), "EGL_NO_CONTEXT"); }
   std::string ConfigText(EGLConfig config) { return NameOf(machine().configs, Key(config), "null"); }
   std::string NativeText(const void* native) {
     if (machine().gbm_devices.count(native) != 0) return NameOf(machine().gbm_devices, native, "");
@@ -126,9 +119,8 @@ class EglCall : public CallRecord {
       if (machine().default_display) handle = OneDisplayOf(native);
     } else {
       const bool is_gbm = machine().gbm_devices.count(native) != 0;
-      const Named* object = is_gbm
-                                ? static_cast<Named*>(Find(machine().gbm_devices, native, "native display"))
-                                : Find(machine().x_displays, native, "native display");
+      const Named* object = is_gbm ? static_cast<Named*>(Find(machine().gbm_devices, native, "native display"))
+                                   : Find(machine().x_displays, native, "native display");
       if (object != nullptr) handle = OneDisplayOf(native);
     }
     Result(DisplayText(handle));
@@ -149,8 +141,8 @@ class EglCall : public CallRecord {
 };
 
 // Both kinds of surface.
-EGLSurface CreateSurface(EglCall& call, EGLDisplay display, EGLConfig config, EGLint type,
-                         unsigned long window, bool good_arguments) {
+EGLSurface CreateSurface(EglCall& call, EGLDisplay display, EGLConfig config, EGLint type, unsigned long window,
+                         bool good_arguments) {
   Machine& machine = call.machine();
   EGLSurface handle = EGL_NO_SURFACE;
   if (call.FindInitialised(display) != nullptr && !call.Fails(EGL_BAD_ALLOC) && good_arguments) {
@@ -276,8 +268,7 @@ FAKE_FUNCTION EGLBoolean eglChooseConfig(EGLDisplay display, const EGLint* attri
 
 // ---- Surfaces ---------------------------------------------------------------------------------------------
 
-FAKE_FUNCTION EGLSurface eglCreatePbufferSurface(EGLDisplay display, EGLConfig config,
-                                                 const EGLint* attributes) {
+FAKE_FUNCTION EGLSurface eglCreatePbufferSurface(EGLDisplay display, EGLConfig config, const EGLint* attributes) {
   EglCall call("eglCreatePbufferSurface");
   call.Arguments(call.DisplayText(display), call.ConfigText(config), AttributesText(attributes));
   auto size = Attributes(attributes);
@@ -286,8 +277,8 @@ FAKE_FUNCTION EGLSurface eglCreatePbufferSurface(EGLDisplay display, EGLConfig c
   return CreateSurface(call, display, config, EGL_PBUFFER_BIT, 0, good_size);
 }
 
-FAKE_FUNCTION EGLSurface eglCreateWindowSurface(EGLDisplay display, EGLConfig config,
-                                                EGLNativeWindowType window, const EGLint* attributes) {
+FAKE_FUNCTION EGLSurface eglCreateWindowSurface(EGLDisplay display, EGLConfig config, EGLNativeWindowType window,
+                                                const EGLint* attributes) {
   EglCall call("eglCreateWindowSurface");
   Machine& machine = call.machine();
   const unsigned long id = window;
@@ -357,8 +348,7 @@ FAKE_FUNCTION EGLBoolean eglMakeCurrent(EGLDisplay display, EGLSurface draw, EGL
                  call.ContextText(context_handle));
   if (call.Fails(EGL_BAD_ACCESS)) return call.Answer(false);
 
-  const bool only_unbinds =
-      draw == EGL_NO_SURFACE && read == EGL_NO_SURFACE && context_handle == EGL_NO_CONTEXT;
+  const bool only_unbinds = draw == EGL_NO_SURFACE && read == EGL_NO_SURFACE && context_handle == EGL_NO_CONTEXT;
   if (only_unbinds && display == EGL_NO_DISPLAY) {
     call.SetError(EGL_BAD_DISPLAY);
     return call.Answer(false);

@@ -131,8 +131,8 @@ GLuint NewObject(GlCall& call, std::map<GLuint, Object>& objects, const char* ki
 }
 
 template <typename Object>
-void Generate(const char* function, std::map<GLuint, Object> EglContext::*objects, const char* kind,
-              GLsizei count, GLuint* names) {
+void Generate(const char* function, std::map<GLuint, Object> EglContext::*objects, const char* kind, GLsizei count,
+              GLuint* names) {
   GlCall call(function);
   call.Arguments(count);
   EglContext* gl = call.Target(GL_OUT_OF_MEMORY);
@@ -143,8 +143,7 @@ void Generate(const char* function, std::map<GLuint, Object> EglContext::*object
 
 // glDeleteShader and glDeleteProgram. What is in use goes on working.
 template <typename Object>
-void Delete(const char* function, std::map<GLuint, Object> EglContext::*objects, const char* kind,
-            GLuint name) {
+void Delete(const char* function, std::map<GLuint, Object> EglContext::*objects, const char* kind, GLuint name) {
   GlCall call(function);
   call.Arguments(name);
   EglContext* gl = call.Target();
@@ -193,8 +192,7 @@ GLenum FramebufferStatus(EglContext& gl) {
   const GlFramebuffer* framebuffer = Bound(gl.framebuffers, gl.framebuffer);
   if (framebuffer == nullptr || framebuffer->color == 0) return GL_FRAMEBUFFER_INCOMPLETE_MISSING_ATTACHMENT;
   const GlImage* color = Bound(gl.textures, framebuffer->color);
-  if (color == nullptr || color->width == 0 || color->height == 0)
-    return GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT;
+  if (color == nullptr || color->width == 0 || color->height == 0) return GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT;
   if (framebuffer->depth == 0) return GL_FRAMEBUFFER_COMPLETE;
   const GlImage* depth = Bound(gl.renderbuffers, framebuffer->depth);
   if (depth == nullptr || depth->width == 0) return GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT;
@@ -270,9 +268,7 @@ void Locate(const Machine& machine, EglContext& gl, GlProgram& program) {
 }
 
 // What GL_INFO_LOG_LENGTH gives.
-GLint InfoLogLength(const std::optional<std::string>& log) {
-  return log ? static_cast<GLint>(log->size() + 1) : 0;
-}
+GLint InfoLogLength(const std::optional<std::string>& log) { return log ? static_cast<GLint>(log->size() + 1) : 0; }
 
 // glGetShaderiv and glGetProgramiv.
 template <typename Object>
@@ -296,8 +292,8 @@ void GetParameter(const char* function, std::map<GLuint, Object> EglContext::*ob
 
 // glGetShaderInfoLog and glGetProgramInfoLog.
 template <typename Object>
-void GetInfoLog(const char* function, std::map<GLuint, Object> EglContext::*objects, const char* kind,
-                GLuint name, GLsizei size, GLsizei* length, GLchar* log) {
+void GetInfoLog(const char* function, std::map<GLuint, Object> EglContext::*objects, const char* kind, GLuint name,
+                GLsizei size, GLsizei* length, GLchar* log) {
   GlCall call(function);
   call.Arguments(name, size, PointerText(length, "length"));
   EglContext* gl = call.Target();
@@ -453,27 +449,26 @@ FAKE_FUNCTION void glGenRenderbuffers(GLsizei count, GLuint* names) {
 }
 
 FAKE_FUNCTION void glDeleteFramebuffers(GLsizei count, const GLuint* names) {
-  DeleteAll("glDeleteFramebuffers", &EglContext::framebuffers, &EglContext::framebuffer, "framebuffer", count,
-            names);
+  DeleteAll("glDeleteFramebuffers", &EglContext::framebuffers, &EglContext::framebuffer, "framebuffer", count, names);
 }
 FAKE_FUNCTION void glDeleteTextures(GLsizei count, const GLuint* names) {
   DeleteAll("glDeleteTextures", &EglContext::textures, &EglContext::texture, "texture", count, names);
 }
 FAKE_FUNCTION void glDeleteRenderbuffers(GLsizei count, const GLuint* names) {
-  DeleteAll("glDeleteRenderbuffers", &EglContext::renderbuffers, &EglContext::renderbuffer, "renderbuffer",
-            count, names);
+  DeleteAll("glDeleteRenderbuffers", &EglContext::renderbuffers, &EglContext::renderbuffer, "renderbuffer", count,
+            names);
 }
 
 FAKE_FUNCTION void glBindFramebuffer(GLenum target, GLuint name) {
-  Bind("glBindFramebuffer", GL_FRAMEBUFFER, &EglContext::framebuffers, &EglContext::framebuffer,
-       "framebuffer", target, name);
+  Bind("glBindFramebuffer", GL_FRAMEBUFFER, &EglContext::framebuffers, &EglContext::framebuffer, "framebuffer", target,
+       name);
 }
 FAKE_FUNCTION void glBindTexture(GLenum target, GLuint name) {
   Bind("glBindTexture", GL_TEXTURE_2D, &EglContext::textures, &EglContext::texture, "texture", target, name);
 }
 FAKE_FUNCTION void glBindRenderbuffer(GLenum target, GLuint name) {
-  Bind("glBindRenderbuffer", GL_RENDERBUFFER, &EglContext::renderbuffers, &EglContext::renderbuffer,
-       "renderbuffer", target, name);
+  Bind("glBindRenderbuffer", GL_RENDERBUFFER, &EglContext::renderbuffers, &EglContext::renderbuffer, "renderbuffer",
+       target, name);
 }
 
 namespace {
@@ -492,8 +487,7 @@ void SetStorage(GlCall& call, GlImage* image, GLsizei width, GLsizei height) {
 
 // The bound framebuffer, to attach the object of this name to it; null with the error set.
 template <typename Object>
-GlFramebuffer* AttachTo(GlCall& call, std::map<GLuint, Object> EglContext::*objects, GLuint name,
-                        const char* kind) {
+GlFramebuffer* AttachTo(GlCall& call, std::map<GLuint, Object> EglContext::*objects, GLuint name, const char* kind) {
   EglContext* gl = call.Target();
   if (gl == nullptr) return nullptr;
   GlFramebuffer* framebuffer = Bound(gl->framebuffers, gl->framebuffer);
@@ -504,12 +498,11 @@ GlFramebuffer* AttachTo(GlCall& call, std::map<GLuint, Object> EglContext::*obje
 
 }  // namespace
 
-FAKE_FUNCTION void glTexImage2D(GLenum target, GLint level, GLint internal_format, GLsizei width,
-                                GLsizei height, GLint border, GLenum format, GLenum type,
-                                const void* pixels) {
+FAKE_FUNCTION void glTexImage2D(GLenum target, GLint level, GLint internal_format, GLsizei width, GLsizei height,
+                                GLint border, GLenum format, GLenum type, const void* pixels) {
   GlCall call("glTexImage2D");
-  call.Arguments(EnumText(target), level, EnumText(static_cast<GLenum>(internal_format)), width, height,
-                 border, EnumText(format), EnumText(type), PointerText(pixels, "pixels"));
+  call.Arguments(EnumText(target), level, EnumText(static_cast<GLenum>(internal_format)), width, height, border,
+                 EnumText(format), EnumText(type), PointerText(pixels, "pixels"));
   EglContext* gl = call.Target(GL_OUT_OF_MEMORY);
   if (gl != nullptr) SetStorage(call, Bound(gl->textures, gl->texture), width, height);
 }
@@ -528,8 +521,8 @@ FAKE_FUNCTION void glRenderbufferStorage(GLenum target, GLenum format, GLsizei w
   if (gl != nullptr) SetStorage(call, Bound(gl->renderbuffers, gl->renderbuffer), width, height);
 }
 
-FAKE_FUNCTION void glFramebufferTexture2D(GLenum target, GLenum attachment, GLenum texture_target,
-                                          GLuint texture, GLint level) {
+FAKE_FUNCTION void glFramebufferTexture2D(GLenum target, GLenum attachment, GLenum texture_target, GLuint texture,
+                                          GLint level) {
   GlCall call("glFramebufferTexture2D");
   call.Arguments(EnumText(target), EnumText(attachment), EnumText(texture_target), texture, level);
   GlFramebuffer* framebuffer = AttachTo(call, &EglContext::textures, texture, "texture");
@@ -548,8 +541,7 @@ FAKE_FUNCTION GLenum glCheckFramebufferStatus(GLenum target) {
   GlCall call("glCheckFramebufferStatus");
   call.Arguments(EnumText(target));
   EglContext* gl = call.Target();
-  const GLenum status =
-      gl == nullptr ? 0 : call.machine().framebuffer_status.value_or(FramebufferStatus(*gl));
+  const GLenum status = gl == nullptr ? 0 : call.machine().framebuffer_status.value_or(FramebufferStatus(*gl));
   call.Result(EnumText(status));
   return status;
 }
@@ -568,8 +560,7 @@ FAKE_FUNCTION GLuint glCreateShader(GLenum type) {
   return name;
 }
 
-FAKE_FUNCTION void glShaderSource(GLuint name, GLsizei count, const GLchar* const* strings,
-                                  const GLint* lengths) {
+FAKE_FUNCTION void glShaderSource(GLuint name, GLsizei count, const GLchar* const* strings, const GLint* lengths) {
   GlCall call("glShaderSource");
   std::string source;
   for (GLsizei i = 0; i < count; ++i) {
@@ -593,17 +584,15 @@ FAKE_FUNCTION void glCompileShader(GLuint name) {
 }
 
 FAKE_FUNCTION void glGetShaderiv(GLuint name, GLenum parameter, GLint* value) {
-  GetParameter("glGetShaderiv", &EglContext::shaders, "shader", GL_COMPILE_STATUS, &GlShader::compiled, name,
-               parameter, value);
+  GetParameter("glGetShaderiv", &EglContext::shaders, "shader", GL_COMPILE_STATUS, &GlShader::compiled, name, parameter,
+               value);
 }
 
 FAKE_FUNCTION void glGetShaderInfoLog(GLuint name, GLsizei size, GLsizei* length, GLchar* log) {
   GetInfoLog("glGetShaderInfoLog", &EglContext::shaders, "shader", name, size, length, log);
 }
 
-FAKE_FUNCTION void glDeleteShader(GLuint name) {
-  Delete("glDeleteShader", &EglContext::shaders, "shader", name);
-}
+FAKE_FUNCTION void glDeleteShader(GLuint name) { Delete("glDeleteShader", &EglContext::shaders, "shader", name); }
 
 FAKE_FUNCTION GLuint glCreateProgram() {
   GlCall call("glCreateProgram");
@@ -635,16 +624,15 @@ FAKE_FUNCTION void glLinkProgram(GLuint name) {
   GlProgram* program = gl == nullptr ? nullptr : call.FindName(gl->programs, name, "program");
   if (program == nullptr) return;
   program->linked = !call.fault() && program->shaders.size() == 2;
-  for (const GLuint shader : program->shaders)
-    program->linked = program->linked && gl->shaders.at(shader).compiled;
+  for (const GLuint shader : program->shaders) program->linked = program->linked && gl->shaders.at(shader).compiled;
   if (!program->linked && !call.fault()) call.Complain(program->name + " lacks a compiled shader");
   program->info_log = call.fault() ? call.fault()->info_log : std::nullopt;
   if (program->linked) Locate(call.machine(), *gl, *program);
 }
 
 FAKE_FUNCTION void glGetProgramiv(GLuint name, GLenum parameter, GLint* value) {
-  GetParameter("glGetProgramiv", &EglContext::programs, "program", GL_LINK_STATUS, &GlProgram::linked, name,
-               parameter, value);
+  GetParameter("glGetProgramiv", &EglContext::programs, "program", GL_LINK_STATUS, &GlProgram::linked, name, parameter,
+               value);
 }
 
 FAKE_FUNCTION void glGetProgramInfoLog(GLuint name, GLsizei size, GLsizei* length, GLchar* log) {
@@ -678,12 +666,9 @@ FAKE_FUNCTION void glUseProgram(GLuint name) {
   gl->program = name;
 }
 
-FAKE_FUNCTION void glDeleteProgram(GLuint name) {
-  Delete("glDeleteProgram", &EglContext::programs, "program", name);
-}
+FAKE_FUNCTION void glDeleteProgram(GLuint name) { Delete("glDeleteProgram", &EglContext::programs, "program", name); }
 
-FAKE_FUNCTION void glUniformMatrix4fv(GLint location, GLsizei count, GLboolean transpose,
-                                      const GLfloat* values) {
+FAKE_FUNCTION void glUniformMatrix4fv(GLint location, GLsizei count, GLboolean transpose, const GLfloat* values) {
   GlCall call("glUniformMatrix4fv");
   call.Arguments(location, count, EnumText(kBooleans, transpose),
                  fake_graphics::ListText(values, 16 * static_cast<size_t>(count)));
@@ -731,15 +716,11 @@ FAKE_FUNCTION void glClear(GLbitfield buffers) {
   }
 }
 
-FAKE_FUNCTION void glEnableVertexAttribArray(GLuint index) {
-  SwitchArray("glEnableVertexAttribArray", index, true);
-}
-FAKE_FUNCTION void glDisableVertexAttribArray(GLuint index) {
-  SwitchArray("glDisableVertexAttribArray", index, false);
-}
+FAKE_FUNCTION void glEnableVertexAttribArray(GLuint index) { SwitchArray("glEnableVertexAttribArray", index, true); }
+FAKE_FUNCTION void glDisableVertexAttribArray(GLuint index) { SwitchArray("glDisableVertexAttribArray", index, false); }
 
-FAKE_FUNCTION void glVertexAttribPointer(GLuint index, GLint size, GLenum type, GLboolean normalized,
-                                         GLsizei stride, const void* data) {
+FAKE_FUNCTION void glVertexAttribPointer(GLuint index, GLint size, GLenum type, GLboolean normalized, GLsizei stride,
+                                         const void* data) {
   GlCall call("glVertexAttribPointer");
   call.Arguments(static_cast<GLint>(index), size, EnumText(type), EnumText(kBooleans, normalized), stride,
                  PointerText(data, "client memory"));

@@ -149,9 +149,7 @@ Machine::Machine()
                       {GL_VERSION, "OpenGL ES 2.0 fake"},
                       {GL_SHADING_LANGUAGE_VERSION, "OpenGL ES GLSL ES 1.00 fake"}}) {}
 
-std::string Machine::NewName(const std::string& kind) {
-  return kind + std::to_string(++last_name_of_kind[kind]);
-}
+std::string Machine::NewName(const std::string& kind) { return kind + std::to_string(++last_name_of_kind[kind]); }
 
 EglContext* Machine::CurrentContext(std::thread::id thread) {
   for (auto& [handle, context] : contexts) {
@@ -188,8 +186,8 @@ CallRecord::CallRecord(const char* function) : function_(function), machine_(The
 }
 
 CallRecord::~CallRecord() {
-  machine_.calls.push_back({number_, function_, std::string(function_) + "(" + arguments_ + ")" + end_,
-                            std::this_thread::get_id()});
+  machine_.calls.push_back(
+      {number_, function_, std::string(function_) + "(" + arguments_ + ")" + end_, std::this_thread::get_id()});
 }
 
 void CallRecord::Complain(const std::string& what) {
@@ -278,8 +276,7 @@ Allowance::~Allowance() {
 }
 
 std::vector<std::string> CleanupDeletions() {
-  return {"glDeleteProgram", "glDeleteShader", "glDeleteFramebuffers", "glDeleteTextures",
-          "glDeleteRenderbuffers"};
+  return {"glDeleteProgram", "glDeleteShader", "glDeleteFramebuffers", "glDeleteTextures", "glDeleteRenderbuffers"};
 }
 
 std::vector<std::string> FrameCalls() {
@@ -317,9 +314,7 @@ void FailCompile(const std::string& info_log, int nth) {
   AddFault({"glCompileShader", nth, false, std::nullopt, info_log});
 }
 
-void FailLink(const std::string& info_log, int nth) {
-  AddFault({"glLinkProgram", nth, false, std::nullopt, info_log});
-}
+void FailLink(const std::string& info_log, int nth) { AddFault({"glLinkProgram", nth, false, std::nullopt, info_log}); }
 
 std::vector<std::string> PendingFaults() {
   Locked machine;
@@ -354,9 +349,7 @@ void SetConfigCount(int count) { Locked()->config_count = count; }
 void SetDrmNodes(const std::set<std::string>& paths) { Locked()->drm_nodes = paths; }
 void SetDrmNodesOpenLowest(bool lowest) { Locked()->drm_nodes_open_lowest = lowest; }
 void SetInfoLogsUnterminated(bool unterminated) { Locked()->info_logs_unterminated = unterminated; }
-void SetDriverString(unsigned name, const std::optional<std::string>& text) {
-  Locked()->driver_strings[name] = text;
-}
+void SetDriverString(unsigned name, const std::optional<std::string>& text) { Locked()->driver_strings[name] = text; }
 void SetFramebufferStatus(std::optional<unsigned> status) { Locked()->framebuffer_status = status; }
 void SetLocation(const std::string& name, int location) { Locked()->locations[name] = location; }
 void SetPixels(const std::vector<uint8_t>& rgba) { Locked()->pixels = rgba; }

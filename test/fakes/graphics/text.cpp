@@ -12,9 +12,7 @@ std::string Text(float value) {
   return text;
 }
 
-std::string PointerText(const void* pointer, const char* otherwise) {
-  return pointer == nullptr ? "null" : otherwise;
-}
+std::string PointerText(const void* pointer, const char* otherwise) { return pointer == nullptr ? "null" : otherwise; }
 
 std::string HexText(unsigned long value) {
   char text[32];

@@ -39,9 +39,7 @@ std::string WindowText(Machine& machine, Window window) {
 class XCall : public CallRecord {
  public:
   XCall(const char* function, Display* display)
-      : CallRecord(function),
-        display_(display),
-        connection_(Find(machine().x_displays, display_, "X display")) {
+      : CallRecord(function), display_(display), connection_(Find(machine().x_displays, display_, "X display")) {
     Arguments(NameOf(machine().x_displays, display_, "null"));
   }
 
@@ -94,14 +92,12 @@ FAKE_FUNCTION int XCloseDisplay(Display* handle) {
 }
 
 FAKE_FUNCTION Window XCreateWindow(Display* display, Window parent, int x, int y, unsigned int width,
-                                   unsigned int height, unsigned int border_width, int depth,
-                                   unsigned int window_class, Visual* visual, unsigned long value_mask,
-                                   XSetWindowAttributes* attributes) {
+                                   unsigned int height, unsigned int border_width, int depth, unsigned int window_class,
+                                   Visual* visual, unsigned long value_mask, XSetWindowAttributes* attributes) {
   XCall call("XCreateWindow", display);
   std::string values = BitsText({{CWEventMask, "CWEventMask"}}, value_mask);
   if (attributes != nullptr && (value_mask & CWEventMask) != 0) {
-    values +=
-        ", {event_mask " + BitsText(kEventMasks, static_cast<unsigned long>(attributes->event_mask)) + "}";
+    values += ", {event_mask " + BitsText(kEventMasks, static_cast<unsigned long>(attributes->event_mask)) + "}";
   }
   call.Arguments(WindowText(call.machine(), parent), x, y, width, height, border_width,
                  depth == CopyFromParent ? "CopyFromParent" : Text(depth),
