@@ -1,0 +1,26 @@
+# What the plug-in is made of, room by room: the one list, for this project's own build and for that of a Flutter
+# application, which is elinux/CMakeLists.txt. CMake 3.10.
+get_filename_component(ORBISK_ROOT "${CMAKE_CURRENT_LIST_DIR}/.." ABSOLUTE)
+
+set(ORBISK_CLIENT_WRAPPER_SOURCES
+  "${ORBISK_ROOT}/client_wrapper/core_implementations.cpp"
+  "${ORBISK_ROOT}/client_wrapper/plugin_registrar.cpp"
+  "${ORBISK_ROOT}/client_wrapper/standard_codec.cpp")
+set(ORBISK_MODEL_SOURCES
+  "${ORBISK_ROOT}/model/glb_loader.cpp")
+set(ORBISK_RENDERER_SOURCES
+  "${ORBISK_ROOT}/renderer/egl_renderer.cpp")
+set(ORBISK_PLUGIN_SOURCES
+  "${ORBISK_ROOT}/plugin/older_systems.cpp"
+  "${ORBISK_ROOT}/plugin/orbisk_plugin.cpp")
+
+set(ORBISK_EMBEDDER_INCLUDE_DIRECTORY "${ORBISK_ROOT}/embedder/include")
+set(ORBISK_CLIENT_WRAPPER_INCLUDE_DIRECTORY "${ORBISK_ROOT}/client_wrapper/include")
+set(ORBISK_PLUGIN_INCLUDE_DIRECTORY "${ORBISK_ROOT}/plugin/include")
+
+# AArch64 compilers fuse a * b + c into one rounding, x86-64 ones do not: off, so that every target computes the same
+# single-precision matrices and normals.
+set(ORBISK_COMPILE_OPTIONS -ffp-contract=off)
+
+# One exported symbol, whatever library's templates are instantiated inside.
+set(ORBISK_EXPORTED_SYMBOLS "${ORBISK_ROOT}/plugin/exported_symbols.map")
