@@ -11,8 +11,13 @@ set(ORBISK_MODEL_SOURCES
 set(ORBISK_RENDERER_SOURCES
   "${ORBISK_ROOT}/renderer/egl_renderer.cpp")
 set(ORBISK_PLUGIN_SOURCES
-  "${ORBISK_ROOT}/plugin/older_systems.cpp"
-  "${ORBISK_ROOT}/plugin/orbisk_plugin.cpp")
+  "${ORBISK_ROOT}/plugin/orbisk_plugin.cpp"
+  "${ORBISK_ROOT}/plugin/pixel_texture.cpp"
+  "${ORBISK_ROOT}/plugin/registrations.cpp"
+  "${ORBISK_ROOT}/plugin/render_thread.cpp")
+# Only where it becomes a library of its own.
+set(ORBISK_LIBRARY_SOURCES
+  "${ORBISK_ROOT}/plugin/older_systems.cpp")
 
 set(ORBISK_EMBEDDER_INCLUDE_DIRECTORY "${ORBISK_ROOT}/embedder/include")
 set(ORBISK_CLIENT_WRAPPER_INCLUDE_DIRECTORY "${ORBISK_ROOT}/client_wrapper/include")

@@ -34,17 +34,23 @@
 #include <utility>
 #include <variant>
 
+#include "flutter/standard_method_codec.h"
 #include "fuzz/answer.h"
 #include "fuzz/fuzz_target.h"
 #include "fuzz/graphics_stand_in.h"
 #include "fuzz/model_files.h"
 #include "fuzz/short_memory.h"
 #include "fuzz/step.h"
+#include "orbisk/orbisk_plugin.h"
+#include "plugin/arguments.h"
+#include "plugin/orbisk_state.h"
+#include "plugin/render_thread.h"
 #include "test/fakes/fake_embedder.h"
 
-#include "plugin/orbisk_plugin.cpp"  // NOLINT: for the viewer state in its unnamed namespace
-
 namespace {
+
+using flutter::EncodableMap;
+using flutter::EncodableValue;
 
 constexpr size_t kMemory = 64 * 1024;  // bytes in one piece: a frame of 128 x 128
 
@@ -131,11 +137,11 @@ namespace {
 
 fakes::Bytes EncodeCall(const std::string& method, EncodableValue arguments) {
   return *flutter::StandardMethodCodec::GetInstance().EncodeMethodCall(
-      MethodCall(method, std::make_unique<EncodableValue>(std::move(arguments))));
+      flutter::MethodCall<EncodableValue>(method, std::make_unique<EncodableValue>(std::move(arguments))));
 }
 
 // Whether a path in the message would lead out of the working folder.
-bool LeavesFolder(const MethodCall& call) {
+bool LeavesFolder(const flutter::MethodCall<EncodableValue>& call) {
   const EncodableMap* arguments = ArgumentMap(call);
   const EncodableValue* value = arguments == nullptr ? nullptr : FindArgument(*arguments, "modelPath");
   const std::string* path = value == nullptr ? nullptr : std::get_if<std::string>(value);

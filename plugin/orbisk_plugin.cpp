@@ -1,25 +1,26 @@
 #include "orbisk/orbisk_plugin.h"
 
-#include <algorithm>
 #include <array>
-#include <atomic>
 #include <chrono>
-#include <cstdio>
-#include <limits>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "flutter/method_channel.h"
 #include "flutter/plugin_registrar.h"
 #include "flutter/standard_method_codec.h"
+#include "plugin/arguments.h"
+#include "plugin/log.h"
+#include "plugin/model_path.h"
 #include "plugin/orbisk_state.h"
+#include "plugin/pixel_texture.h"
+#include "plugin/registrations.h"
+#include "plugin/render_thread.h"
 #include "plugin/scene_transform.h"
 #include "plugin/shaders.h"
-#include "renderer/log_line.h"
+
+std::unique_ptr<OrbiskState> g_viewer_state;
 
 namespace {
 
@@ -27,167 +28,6 @@ using flutter::EncodableMap;
 using flutter::EncodableValue;
 using MethodCall = flutter::MethodCall<EncodableValue>;
 using MethodResult = flutter::MethodResult<EncodableValue>;
-
-// The one viewer state; empty until the first "createTexture". Written on the platform thread alone.
-std::unique_ptr<OrbiskState> g_viewer_state;
-
-// The registrar of the last registration that has not ended, or of the last one when all have; the manager owns it.
-// Atomic: the render thread reads it, and the embedder may register the plug-in once more while that runs.
-std::atomic<flutter::PluginRegistrar*> g_registrar{nullptr};
-
-struct Registration {
-  const flutter::Plugin* plugin;
-  flutter::PluginRegistrar* registrar;
-};
-
-// One for each engine that is there, in the order in which they came. Never destroyed: an engine may close while the
-// process exits. Platform thread only.
-std::vector<Registration>& Registrations() {
-  static auto* const registrations = new std::vector<Registration>();
-  return *registrations;
-}
-
-// The registrar goes with its plug-in: the commands of an engine that stays must not meet it.
-void ForgetRegistration(const flutter::Plugin* plugin) {
-  std::vector<Registration>& registrations = Registrations();
-  registrations.erase(std::remove_if(registrations.begin(), registrations.end(),
-                                     [plugin](const Registration& it) { return it.plugin == plugin; }),
-                      registrations.end());
-  if (!registrations.empty()) g_registrar = registrations.back().registrar;
-}
-
-// ---- Log lines ---------------------------------------------------------------------------------------------
-
-constexpr char kSeparator[] = "========================================";
-
-template <typename... Parts>
-void Log(const Parts&... parts) {
-  WriteLogLine(stdout, "[Orbisk] ", parts...);
-}
-
-template <typename... Parts>
-void LogError(const Parts&... parts) {
-  WriteLogLine(stderr, "[Orbisk] ", parts...);
-}
-
-template <typename... Parts>
-void LogBanner(const Parts&... parts) {
-  Log(kSeparator);
-  Log(parts...);
-  Log(kSeparator);
-}
-
-// ---- Render thread -----------------------------------------------------------------------------------------
-
-constexpr auto kFrameInterval = std::chrono::milliseconds(33);
-constexpr auto kIdleWait = std::chrono::milliseconds(100);
-constexpr int kWaitsPerWaitingLine = 30;
-constexpr int kLastIterationToWarn = 4;
-
-bool HasFrameToDraw(const OrbiskState& state) { return state.renderer && !state.model.meshes.empty(); }
-
-// False where the renderer's frame is larger than the buffer, which keeps the size of the renderer that it was made
-// for.
-bool FrameFits(const FlutterDesktopPixelBuffer& buffer, const EGLRenderer& renderer) {
-  if (renderer.width() < 0 || renderer.height() < 0) return false;
-  const size_t frame_pixels = static_cast<size_t>(renderer.width()) * static_cast<size_t>(renderer.height());
-  return frame_pixels <= buffer.width * buffer.height;
-}
-
-void DrawFrame(OrbiskState& state) {
-  EGLRenderer& renderer = *state.renderer;
-  renderer.beginFrame();
-
-  const ModelFit fit = FitModel(state.model);
-  const Quaternion orientation = {state.quat_x, state.quat_y, state.quat_z, state.quat_w};
-  const Matrix4 model = ModelMatrix(orientation, fit.scale * state.model_scale, fit.center);
-  const Matrix4 view = ViewMatrix({state.base_roll, state.base_pitch, state.base_yaw}, state.camera_distance);
-  renderer.setMVP(ProjectionMatrix() * (view * model));
-  renderer.setModel(model);
-  renderer.setLighting(0.5f, 0.7f, 1.0f, 1.0f, 1.0f, 1.0f);
-
-  for (const MeshData& mesh : state.model.meshes) {
-    renderer.setObjectColor(mesh.color[0], mesh.color[1], mesh.color[2]);
-    renderer.renderMesh(mesh.positions, mesh.normals, mesh.indices);
-  }
-  renderer.endFrame();
-
-  // Until the engine has asked for a frame there is no buffer to read into.
-  if (state.pixel_buffer && FrameFits(*state.pixel_buffer, renderer)) {
-    renderer.readPixels(const_cast<uint8_t*>(state.pixel_buffer->buffer), renderer.width(), renderer.height());
-  }
-}
-
-// Tells the engine that there is a new frame. Without the lock: the engine may ask for the frame at once.
-void AnnounceFrame(const OrbiskState& state, int iteration) {
-  const int64_t texture_id = state.texture_id;
-  flutter::PluginRegistrar* const registrar = g_registrar;
-  if (!state.disposed && registrar != nullptr && texture_id >= 0) {
-    registrar->texture_registrar()->MarkTextureFrameAvailable(texture_id);
-  } else if (iteration <= kLastIterationToWarn) {
-    Log("WARNING: Cannot mark texture - registrar=", registrar != nullptr ? "OK" : "NULL", " texture_id=", texture_id);
-  }
-}
-
-// What is left of the frame interval after a frame that took `elapsed`; whole milliseconds of it count.
-std::chrono::milliseconds PacingSleep(std::chrono::nanoseconds elapsed) {
-  if (elapsed >= kFrameInterval) return std::chrono::milliseconds(0);
-  return kFrameInterval - std::chrono::duration_cast<std::chrono::milliseconds>(elapsed);
-}
-
-bool BindContextToRenderThread(OrbiskState& state) {
-  // "createTexture" may be replacing the renderer at this moment.
-  const std::lock_guard<std::mutex> lock(state.mutex);
-  // NOTE: without a renderer the loop runs without a context and draws a later renderer with none.
-  // RenderLoopTest.StartedWithoutRendererWaitsAndBindsNoContext holds it.
-  if (!state.renderer) return true;
-  if (!state.renderer->makeContextCurrent()) return false;
-  Log("EGL context made current in rendering thread");
-  return true;
-}
-
-// The body of the render thread. The context is still current on the thread when it ends: whoever joins it destroys
-// the renderer or starts the next thread.
-void RenderingThread(OrbiskState* state) {
-  LogBanner("Rendering thread STARTED");
-  state->rendering = true;
-  if (!BindContextToRenderThread(*state)) {
-    LogError("ERROR: Failed to make EGL context current in rendering thread!");
-    state->rendering = false;
-    return;
-  }
-
-  int iteration = 0;  // waits count as well
-  while (!state->stop_requested && !state->disposed) {
-    const auto start = std::chrono::steady_clock::now();
-    LetWaitersIn(*state);
-    std::unique_lock<std::mutex> lock(state->mutex);
-    if (!HasFrameToDraw(*state)) {
-      if (iteration % kWaitsPerWaitingLine == 0) {
-        Log("Waiting for renderer/model... renderer=", state->renderer ? "OK" : "NULL",
-            " mesh_count=", state->model.meshes.size());
-      }
-      // NOTE: with the lock held, so a command may wait 100 ms while there is nothing to draw.
-      // RenderLoopTest.IdleWaitKeepsTheLock holds it.
-      std::this_thread::sleep_for(kIdleWait);
-    } else {
-      DrawFrame(*state);
-      lock.unlock();
-      AnnounceFrame(*state, iteration);
-      std::this_thread::sleep_for(PacingSleep(std::chrono::steady_clock::now() - start));
-    }
-    ++iteration;
-  }
-
-  state->rendering = false;
-  LogBanner("Rendering thread STOPPED (rendered ", iteration, " frames)");
-}
-
-// Asks the render thread to end and waits until it has; without the lock, which the thread needs for its last frame.
-void RequestStopAndJoin(OrbiskState& state) {
-  state.stop_requested = true;
-  if (state.render_thread->joinable()) state.render_thread->join();
-}
 
 void StopRenderThread(OrbiskState& state) {
   RequestStopAndJoin(state);
@@ -200,67 +40,7 @@ void UnregisterTexture(const OrbiskState& state) {
 
 bool HasRegisteredTexture(const OrbiskState& state) { return g_registrar != nullptr && state.texture_id >= 0; }
 
-// ---- Pixel-buffer texture ----------------------------------------------------------------------------------
-
-// Null where the byte count has wrapped around to less than such a frame has: the engine would copy past the end.
-// A count that is negative throws std::bad_alloc.
-std::unique_ptr<FlutterDesktopPixelBuffer> MakePixelBuffer(int width, int height) {
-  const size_t byte_count = FrameByteCount(width, height, 4);
-  const bool countable = byte_count <= size_t{std::numeric_limits<int32_t>::max()};
-  const size_t frame_byte_count = static_cast<size_t>(width) * static_cast<size_t>(height) * 4;
-  if (countable && (width < 0 || byte_count < frame_byte_count)) return nullptr;
-  auto pixels = std::make_unique<uint8_t[]>(byte_count);
-  auto pixel_buffer = std::make_unique<FlutterDesktopPixelBuffer>();
-  pixel_buffer->width = static_cast<size_t>(width);
-  pixel_buffer->height = static_cast<size_t>(height);
-  pixel_buffer->buffer = pixels.release();
-  return pixel_buffer;
-}
-
-// Hands the engine the buffer that frames are read into, the same one every time. Null: there is no frame.
-const FlutterDesktopPixelBuffer* CopyPixelBuffer(OrbiskState* state) {
-  if (state == nullptr || state->disposed) return nullptr;
-  const StateLock lock(*state);
-  if (state->disposed || !state->renderer) return nullptr;
-  if (!state->pixel_buffer) {
-    state->pixel_buffer = MakePixelBuffer(state->renderer->width(), state->renderer->height());
-  }
-  return state->pixel_buffer.get();
-}
-
-// The texture objects of states that are gone. Never destroyed: the engine asks a texture for frames for as long as it
-// has an identifier for it, and those of earlier "createTexture" commands are never unregistered.
-std::vector<std::unique_ptr<flutter::TextureVariant>>& TexturesLeftToEngine() {
-  static auto* const textures = new std::vector<std::unique_ptr<flutter::TextureVariant>>();
-  return *textures;
-}
-
-void MakeTexture(OrbiskState& state) {
-  TexturesLeftToEngine().reserve(TexturesLeftToEngine().size() + 1);  // the plug-in's end needs no memory for it
-  state.texture_path = std::make_shared<ViewerPath>(&state);
-  state.texture = std::make_unique<flutter::TextureVariant>(flutter::PixelBufferTexture(
-      [path = state.texture_path](size_t, size_t) { return path->Follow(CopyPixelBuffer); }));
-}
-
-// For a state that is about to go. Its texture gives no frames from now on.
-void LeaveTextureToEngine(OrbiskState& state) {
-  if (!state.texture) return;
-  state.texture_path->Close();
-  TexturesLeftToEngine().push_back(std::move(state.texture));
-}
-
 // ---- Arguments ---------------------------------------------------------------------------------------------
-
-// The call's arguments as a map, or null.
-const EncodableMap* ArgumentMap(const MethodCall& call) {
-  return call.arguments() == nullptr ? nullptr : std::get_if<EncodableMap>(call.arguments());
-}
-
-// The value of `key`, or null.
-const EncodableValue* FindArgument(const EncodableMap& arguments, const char* key) {
-  const auto entry = arguments.find(EncodableValue(key));
-  return entry == arguments.end() ? nullptr : &entry->second;
-}
 
 void AnswerNotAMap(MethodResult& result) { result.Error("INVALID_ARGS", "Arguments must be a map"); }
 
@@ -291,6 +71,15 @@ bool TakeDoubles(const MethodCall& call, MethodResult& result, const std::array<
   return true;
 }
 
+// A single number, as received.
+bool TakeDouble(const MethodCall& call, MethodResult& result, const char* key, const char* missing_message,
+                double& value) {
+  std::array<double, 1> values;
+  if (!TakeDoubles<1>(call, result, {key}, missing_message, values)) return false;
+  value = values[0];
+  return true;
+}
+
 bool TakeQuaternion(const MethodCall& call, MethodResult& result, Quaternion& quaternion) {
   std::array<double, 4> values;
   if (!TakeDoubles<4>(call, result, {"x", "y", "z", "w"}, "Missing quaternion components", values)) return false;
@@ -299,13 +88,14 @@ bool TakeQuaternion(const MethodCall& call, MethodResult& result, Quaternion& qu
   return true;
 }
 
-// Roll, pitch and yaw, in degrees.
-bool TakeAngles(const MethodCall& call, MethodResult& result, std::array<double, 3>& angles) {
-  return TakeDoubles<3>(call, result, {"roll", "pitch", "yaw"}, "Missing 'roll', 'pitch', or 'yaw' parameter", angles);
-}
-
-EulerDegrees Narrow(const std::array<double, 3>& angles) {
-  return {static_cast<float>(angles[0]), static_cast<float>(angles[1]), static_cast<float>(angles[2])};
+// Roll, pitch and yaw in degrees: as received, and as they are stored.
+bool TakeAngles(const MethodCall& call, MethodResult& result, std::array<double, 3>& received, EulerDegrees& angles) {
+  if (!TakeDoubles<3>(call, result, {"roll", "pitch", "yaw"}, "Missing 'roll', 'pitch', or 'yaw' parameter",
+                      received)) {
+    return false;
+  }
+  angles = {static_cast<float>(received[0]), static_cast<float>(received[1]), static_cast<float>(received[2])};
+  return true;
 }
 
 // ---- The plug-in -------------------------------------------------------------------------------------------
@@ -344,7 +134,7 @@ void OrbiskPlugin::RegisterWithRegistrar(flutter::PluginRegistrar* registrar) {
   channel->SetMethodCallHandler([plugin = plugin.get()](const MethodCall& call, std::unique_ptr<MethodResult> result) {
     plugin->HandleMethodCall(call, std::move(result));
   });
-  Registrations().push_back({plugin.get(), registrar});
+  AddRegistration(plugin.get(), registrar);
   registrar->AddPlugin(std::move(plugin));
 }
 
@@ -362,7 +152,7 @@ OrbiskPlugin::~OrbiskPlugin() {
     LeaveTextureToEngine(*g_viewer_state);
     g_viewer_state.reset();
   }
-  ForgetRegistration(this);
+  RemoveRegistration(this);
   Log("Plugin destroyed");
 }
 
@@ -414,6 +204,8 @@ void OrbiskPlugin::CreateTexture(const MethodCall& call, std::unique_ptr<MethodR
     g_viewer_state = std::make_unique<OrbiskState>();
   }
   OrbiskState* const state = g_viewer_state.get();
+  // NOTE: with the lock held to the end, the answers included.
+  // LockingTest.OnlyLoadModelCreateTextureAndSetRotationAnswerUnderTheLock holds it.
   const StateLock lock(*state);
 
   Log("Creating EGL renderer...");
@@ -482,16 +274,9 @@ void OrbiskPlugin::Dispose(const MethodCall&, std::unique_ptr<MethodResult> resu
 
 // ---- Model -------------------------------------------------------------------------------------------------
 
-// The path as given, and the same with the asset bundle's folder taken off or put before it.
-std::array<std::string, 2> ModelPathCandidates(const std::string& path) {
-  const std::string bundle = "data/flutter_assets/";
-  if (path.compare(0, bundle.size(), bundle) == 0) return {path, path.substr(bundle.size())};
-  return {path, bundle + path};
-}
-
 void LogLoadedModel(const GLBModel& model, const std::string& path, const std::string& loader_log) {
   Log("Successfully loaded from: ", path);
-  Log(kSeparator);
+  Log(kLogSeparator);
   Log("Model loaded successfully!");
   Log("Total meshes: ", model.meshes.size());
   int total_vertices = 0;
@@ -508,7 +293,7 @@ void LogLoadedModel(const GLBModel& model, const std::string& path, const std::s
   Log("Total vertices: ", total_vertices);
   Log("Total triangles: ", total_triangles);
   Log("GLB loader log: ", loader_log);
-  Log(kSeparator);
+  Log(kLogSeparator);
 }
 
 void OrbiskPlugin::LoadModel(const MethodCall& call, std::unique_ptr<MethodResult> result) {
@@ -533,6 +318,8 @@ void OrbiskPlugin::LoadModel(const MethodCall& call, std::unique_ptr<MethodResul
   Log("Model path (original): ", path);
 
   OrbiskState& state = *g_viewer_state;
+  // NOTE: with the lock held to the end, the answers included.
+  // LockingTest.OnlyLoadModelCreateTextureAndSetRotationAnswerUnderTheLock holds it.
   const StateLock lock(state);
   const std::array<std::string, 2> candidates = ModelPathCandidates(path);
   std::string loader_log;
@@ -554,6 +341,10 @@ void OrbiskPlugin::LoadModel(const MethodCall& call, std::unique_ptr<MethodResul
 
 // ---- Rendering ---------------------------------------------------------------------------------------------
 
+// Unchecked, as it takes no lock: only commands change the model, and they run on this thread. With the lock, a start
+// would wait for a frame under way.
+size_t LoadedMeshCount(const OrbiskState& state) ORBISK_UNCHECKED { return state.model.meshes.size(); }
+
 void OrbiskPlugin::StartRendering(const MethodCall&, std::unique_ptr<MethodResult> result) {
   LogBanner("StartRendering called");
   if (!g_viewer_state) {
@@ -562,13 +353,13 @@ void OrbiskPlugin::StartRendering(const MethodCall&, std::unique_ptr<MethodResul
     return;
   }
   OrbiskState& state = *g_viewer_state;
-  // Without the lock: only commands change the model, and they run on this thread.
-  if (state.model.meshes.empty()) {
+  const size_t mesh_count = LoadedMeshCount(state);
+  if (mesh_count == 0) {
     Log("ERROR: No model loaded");
     result->Error("NO_MODEL", "Model not loaded");
     return;
   }
-  Log("Model check: ", state.model.meshes.size(), " meshes loaded");
+  Log("Model check: ", mesh_count, " meshes loaded");
   if (state.render_thread) {
     Log("Stopping existing rendering thread...");
     StopRenderThread(state);
@@ -577,10 +368,10 @@ void OrbiskPlugin::StartRendering(const MethodCall&, std::unique_ptr<MethodResul
   Log("Starting new rendering thread...");
   state.stop_requested = false;
   state.render_thread = std::make_unique<std::thread>(RenderingThread, &state);
-  Log(kSeparator);
+  Log(kLogSeparator);
   Log("Rendering thread started successfully!");
   Log("Texture ID: ", state.texture_id);
-  Log(kSeparator);
+  Log(kLogSeparator);
   result->Success(EncodableValue(true));
 }
 
@@ -596,54 +387,62 @@ void OrbiskPlugin::StopRendering(const MethodCall&, std::unique_ptr<MethodResult
 // ---- Orientation and view ----------------------------------------------------------------------------------
 
 void OrbiskPlugin::SetCameraDistance(const MethodCall& call, std::unique_ptr<MethodResult> result) {
-  std::array<double, 1> distance;
-  if (!TakeDoubles<1>(call, *result, {"distance"}, "Missing 'distance' parameter", distance)) return;
+  double distance = 0;
+  if (!TakeDouble(call, *result, "distance", "Missing 'distance' parameter", distance)) return;
   {
     const StateLock lock(*g_viewer_state);
-    g_viewer_state->camera_distance = static_cast<float>(distance[0]);
+    g_viewer_state->camera_distance = static_cast<float>(distance);
   }
-  Log("Camera distance set to: ", distance[0]);
+  Log("Camera distance set to: ", distance);
   result->Success(EncodableValue(true));
 }
 
 void OrbiskPlugin::SetModelScale(const MethodCall& call, std::unique_ptr<MethodResult> result) {
-  std::array<double, 1> scale;
-  if (!TakeDoubles<1>(call, *result, {"scale"}, "Missing 'scale' parameter", scale)) return;
+  double scale = 0;
+  if (!TakeDouble(call, *result, "scale", "Missing 'scale' parameter", scale)) return;
   {
     const StateLock lock(*g_viewer_state);
-    g_viewer_state->model_scale = static_cast<float>(scale[0]);
+    g_viewer_state->model_scale = static_cast<float>(scale);
   }
-  Log("Model scale set to: ", scale[0]);
+  Log("Model scale set to: ", scale);
   result->Success(EncodableValue(true));
 }
 
-void OrbiskPlugin::SetRotation(const MethodCall& call, std::unique_ptr<MethodResult> result) {
-  std::array<double, 3> received;
-  if (!TakeAngles(call, *result, received)) return;
-  const EulerDegrees angles = Narrow(received);
-  const Quaternion quaternion = EulerToQuaternion(angles);
-  OrbiskState& state = *g_viewer_state;
-  const StateLock lock(state);
-  state.yaw = angles.yaw;
-  state.pitch = angles.pitch;
-  state.roll = angles.roll;
+void StoreOrientation(OrbiskState& state, const Quaternion& quaternion, const EulerDegrees& angles)
+    ORBISK_REQUIRES(state.mutex) {
   state.quat_x = quaternion.x;
   state.quat_y = quaternion.y;
   state.quat_z = quaternion.z;
   state.quat_w = quaternion.w;
+  state.roll = angles.roll;
+  state.pitch = angles.pitch;
+  state.yaw = angles.yaw;
+}
+
+void StoreBaseOrientation(OrbiskState& state, const EulerDegrees& angles) ORBISK_EXCLUDES(state.mutex) {
+  const StateLock lock(state);
+  state.base_roll = angles.roll;
+  state.base_pitch = angles.pitch;
+  state.base_yaw = angles.yaw;
+}
+
+void OrbiskPlugin::SetRotation(const MethodCall& call, std::unique_ptr<MethodResult> result) {
+  std::array<double, 3> received;
+  EulerDegrees angles;
+  if (!TakeAngles(call, *result, received, angles)) return;
+  const Quaternion quaternion = EulerToQuaternion(angles);
+  // NOTE: with the lock held to the end, the answer included; "setQuaternion" answers without it.
+  // LockingTest.OnlyLoadModelCreateTextureAndSetRotationAnswerUnderTheLock holds it.
+  const StateLock lock(*g_viewer_state);
+  StoreOrientation(*g_viewer_state, quaternion, angles);
   result->Success(EncodableValue(true));
 }
 
 void OrbiskPlugin::SetBaseRotation(const MethodCall& call, std::unique_ptr<MethodResult> result) {
   std::array<double, 3> received;
-  if (!TakeAngles(call, *result, received)) return;
-  const EulerDegrees angles = Narrow(received);
-  {
-    const StateLock lock(*g_viewer_state);
-    g_viewer_state->base_roll = angles.roll;
-    g_viewer_state->base_pitch = angles.pitch;
-    g_viewer_state->base_yaw = angles.yaw;
-  }
+  EulerDegrees angles;
+  if (!TakeAngles(call, *result, received, angles)) return;
+  StoreBaseOrientation(*g_viewer_state, angles);
   Log("Base rotation set to: roll=", received[0], "° pitch=", received[1], "° yaw=", received[2], "°");
   result->Success(EncodableValue(true));
 }
@@ -654,13 +453,7 @@ void OrbiskPlugin::SetQuaternion(const MethodCall& call, std::unique_ptr<MethodR
   const EulerDegrees angles = QuaternionToEuler(quaternion);
   {
     const StateLock lock(*g_viewer_state);
-    g_viewer_state->quat_x = quaternion.x;
-    g_viewer_state->quat_y = quaternion.y;
-    g_viewer_state->quat_z = quaternion.z;
-    g_viewer_state->quat_w = quaternion.w;
-    g_viewer_state->roll = angles.roll;
-    g_viewer_state->pitch = angles.pitch;
-    g_viewer_state->yaw = angles.yaw;
+    StoreOrientation(*g_viewer_state, quaternion, angles);
   }
   result->Success(EncodableValue(true));
 }
@@ -668,13 +461,7 @@ void OrbiskPlugin::SetQuaternion(const MethodCall& call, std::unique_ptr<MethodR
 void OrbiskPlugin::SetBaseQuaternion(const MethodCall& call, std::unique_ptr<MethodResult> result) {
   Quaternion quaternion;
   if (!TakeQuaternion(call, *result, quaternion)) return;
-  const EulerDegrees angles = QuaternionToEuler(quaternion);
-  {
-    const StateLock lock(*g_viewer_state);
-    g_viewer_state->base_roll = angles.roll;
-    g_viewer_state->base_pitch = angles.pitch;
-    g_viewer_state->base_yaw = angles.yaw;
-  }
+  StoreBaseOrientation(*g_viewer_state, QuaternionToEuler(quaternion));
   Log("Base quaternion set to: x=", quaternion.x, " y=", quaternion.y, " z=", quaternion.z, " w=", quaternion.w);
   result->Success(EncodableValue(true));
 }

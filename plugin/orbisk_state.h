@@ -11,6 +11,7 @@
 #include "flutter/texture_registrar.h"
 #include "flutter_desktop.h"
 #include "model/glb_loader.h"
+#include "plugin/thread_safety.h"
 #include "renderer/egl_renderer.h"
 
 struct OrbiskState;
@@ -48,70 +49,83 @@ class ViewerPath {
   std::atomic<int> followers_{0};
 };
 
+/// A std::mutex of which clang knows that it is a lock.
+class ORBISK_LOCK_TYPE StateMutex : public std::mutex {
+ public:
+  void lock() ORBISK_ACQUIRES() { std::mutex::lock(); }
+  bool try_lock() ORBISK_TRIES(true) { return std::mutex::try_lock(); }
+  void unlock() ORBISK_RELEASES() { std::mutex::unlock(); }
+};
+
 /// The one viewer: all that belongs to the texture on show. Commands (platform thread), the pixel-buffer callback
 /// (raster thread) and the render thread share it.
 struct OrbiskState {
-  // Atomic: the render thread reads it without the lock. -1: no texture is registered.
-  std::atomic<int64_t> texture_id{-1};
+  StateMutex mutex;
 
-  // Guarded by `mutex`.
-  std::unique_ptr<EGLRenderer> renderer;
-  // Outlives "dispose", and the state: the engine may still ask it for a frame.
-  std::unique_ptr<flutter::TextureVariant> texture;
-  std::shared_ptr<ViewerPath> texture_path;                       // what `texture` asks
-  std::unique_ptr<FlutterDesktopPixelBuffer> spare_pixel_buffer;  // never filled
+  std::unique_ptr<EGLRenderer> renderer ORBISK_GUARDED_BY(mutex);
+  GLBModel model ORBISK_GUARDED_BY(mutex);
+  std::unique_ptr<FlutterDesktopPixelBuffer> spare_pixel_buffer ORBISK_GUARDED_BY(mutex);  // never filled
   // What the engine copies frames from. `buffer` is an array of `width * height * 4` bytes made with new[]; only
   // "dispose" takes it back, so that a destroyed state takes no pixels away from an engine that still copies them.
-  std::unique_ptr<FlutterDesktopPixelBuffer> pixel_buffer;
+  std::unique_ptr<FlutterDesktopPixelBuffer> pixel_buffer ORBISK_GUARDED_BY(mutex);
   // What the last "dispose" took back, whole: the engine may be copying from it. The next one frees it.
-  std::unique_ptr<FlutterDesktopPixelBuffer> retired_pixel_buffer;
-  std::unique_ptr<const uint8_t[]> retired_pixels;
-  GLBModel model;
+  std::unique_ptr<FlutterDesktopPixelBuffer> retired_pixel_buffer ORBISK_GUARDED_BY(mutex);
+  std::unique_ptr<const uint8_t[]> retired_pixels ORBISK_GUARDED_BY(mutex);
 
-  // Current orientation: the render thread turns the model by the quaternion. Guarded by `mutex`.
-  float quat_x = 0.0f;
-  float quat_y = 0.0f;
-  float quat_z = 0.0f;
-  float quat_w = 1.0f;
+  // Current orientation: the render thread turns the model by the quaternion.
+  float quat_x ORBISK_GUARDED_BY(mutex) = 0.0f;
+  float quat_y ORBISK_GUARDED_BY(mutex) = 0.0f;
+  float quat_z ORBISK_GUARDED_BY(mutex) = 0.0f;
+  float quat_w ORBISK_GUARDED_BY(mutex) = 1.0f;
   // The same in degrees, as received or derived; kept, read by nobody.
-  float yaw = 0.0f;
-  float pitch = 0.0f;
-  float roll = 0.0f;
+  float yaw ORBISK_GUARDED_BY(mutex) = 0.0f;
+  float pitch ORBISK_GUARDED_BY(mutex) = 0.0f;
+  float roll ORBISK_GUARDED_BY(mutex) = 0.0f;
 
-  // Reference orientation, in degrees. Guarded by `mutex`.
-  float base_yaw = 0.0f;
-  float base_pitch = 0.0f;
-  float base_roll = 0.0f;
+  // Reference orientation, in degrees.
+  float base_yaw ORBISK_GUARDED_BY(mutex) = 0.0f;
+  float base_pitch ORBISK_GUARDED_BY(mutex) = 0.0f;
+  float base_roll ORBISK_GUARDED_BY(mutex) = 0.0f;
 
-  // View. Guarded by `mutex`.
-  float camera_distance = 3.5f;  // view units; a fitted model is 1.5 long before model_scale
-  float model_scale = 1.2f;      // on top of the automatic fit
+  // View.
+  float camera_distance ORBISK_GUARDED_BY(mutex) = 3.5f;  // view units; a fitted model is 1.5 long before model_scale
+  float model_scale ORBISK_GUARDED_BY(mutex) = 1.2f;      // on top of the automatic fit
 
   // Platform thread only.
   std::unique_ptr<std::thread> render_thread;
+  // Outlives "dispose", and the state: the engine may still ask it for a frame.
+  std::unique_ptr<flutter::TextureVariant> texture;
+  std::shared_ptr<ViewerPath> texture_path;  // what `texture` asks
 
-  // Atomic: read without the lock at the top of every frame.
+  // Read without the lock at the top of every frame.
   std::atomic<bool> stop_requested{false};
-  std::atomic<bool> rendering{false};  // written by the render thread alone
-
-  std::mutex mutex;
-
-  // Atomic. True after "dispose": no frames are handed out and the render thread ends.
+  // True after "dispose": no frames are handed out and the render thread ends.
   std::atomic<bool> disposed{false};
+  // -1: no texture is registered. The render thread reads it without the lock.
+  std::atomic<int64_t> texture_id{-1};
+  std::atomic<bool> rendering{false};  // written by the render thread alone
 
   // Kept by StateLock: how many threads wait for `mutex`, and how many have been let in so far.
   std::atomic<unsigned> lock_waiters{0};
   std::atomic<unsigned> lock_admissions{0};
 };
 
+/// The viewer that there is; empty until the first "createTexture".
+///
+/// Thread   the platform thread.
+extern std::unique_ptr<OrbiskState> g_viewer_state;
+
 /// Holds the state's mutex, as everybody but the render thread takes it: while it waits, the render thread can see
 /// it waiting.
-class StateLock {
+class ORBISK_LOCK_HOLDER StateLock {
  public:
-  explicit StateLock(OrbiskState& state) : lock_(state.mutex, std::defer_lock) {
+  explicit StateLock(OrbiskState& state) ORBISK_ACQUIRES(state.mutex) : mutex_(state.mutex) {
     const Waiting waiting(state);
-    lock_.lock();
+    mutex_.lock();
   }
+  ~StateLock() ORBISK_RELEASES() { mutex_.unlock(); }
+  StateLock(const StateLock&) = delete;
+  StateLock& operator=(const StateLock&) = delete;
 
  private:
   struct Waiting {
@@ -123,7 +137,19 @@ class StateLock {
     OrbiskState& state;
   };
 
-  std::unique_lock<std::mutex> lock_;
+  StateMutex& mutex_;
+};
+
+/// Holds the state's mutex, as the render thread takes it.
+class ORBISK_LOCK_HOLDER RenderLock {
+ public:
+  explicit RenderLock(OrbiskState& state) ORBISK_ACQUIRES(state.mutex) : mutex_(state.mutex) { mutex_.lock(); }
+  ~RenderLock() ORBISK_RELEASES() { mutex_.unlock(); }
+  RenderLock(const RenderLock&) = delete;
+  RenderLock& operator=(const RenderLock&) = delete;
+
+ private:
+  StateMutex& mutex_;
 };
 
 /// Lets the threads in that are waiting for the state's mutex now; returns at once when there are none.
@@ -133,7 +159,7 @@ class StateLock {
 /// commands cannot hold it up either.
 ///
 /// Thread   the render thread, without the mutex.
-inline void LetWaitersIn(const OrbiskState& state) {
+inline void LetWaitersIn(const OrbiskState& state) ORBISK_EXCLUDES(state.mutex) {
   const unsigned waiters = state.lock_waiters;
   const unsigned admissions_before = state.lock_admissions;
   while (state.lock_waiters > 0 && state.lock_admissions - admissions_before < waiters) {

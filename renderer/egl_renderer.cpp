@@ -13,7 +13,7 @@
 #include <X11/Xlib.h>
 #include <gbm.h>
 
-#include "renderer/log_line.h"
+#include "logging/log_line.h"
 
 namespace {
 
@@ -49,8 +49,8 @@ EGLRenderer::~EGLRenderer() { cleanup(); }
 
 // ---- Display, surface, context -----------------------------------------------------------------------------
 
-bool EGLRenderer::initialize(int width, int height, bool windowMode) {
-  useWindow_ = windowMode;
+bool EGLRenderer::initialize(int width, int height, bool window_mode) {
+  useWindow_ = window_mode;
   width_ = width;
   height_ = height;
   LogProgress("Initializing ", width_, "x", height_, useWindow_ ? " (window mode)" : " (offscreen mode)");
@@ -66,7 +66,7 @@ bool EGLRenderer::initialize(int width, int height, bool windowMode) {
   LogProgress("EGL version: ", major, ".", minor);
 
   // clang-format off
-  const EGLint configAttributes[] = {
+  const EGLint config_attributes[] = {
       EGL_SURFACE_TYPE, useWindow_ ? EGL_WINDOW_BIT : EGL_PBUFFER_BIT,
       EGL_RENDERABLE_TYPE, EGL_OPENGL_ES2_BIT,
       EGL_RED_SIZE, 8,
@@ -77,17 +77,17 @@ bool EGLRenderer::initialize(int width, int height, bool windowMode) {
       EGL_NONE};
   // clang-format on
   EGLConfig config = nullptr;
-  EGLint numConfigs = 0;
-  if (!eglChooseConfig(display_, configAttributes, &config, 1, &numConfigs) || numConfigs == 0) {
+  EGLint config_count = 0;
+  if (!eglChooseConfig(display_, config_attributes, &config, 1, &config_count) || config_count == 0) {
     LogFailure("Failed to choose EGL config");
     return false;
   }
-  LogProgress("EGL config chosen, numConfigs: ", numConfigs);
+  LogProgress("EGL config chosen, numConfigs: ", config_count);
 
   if (!createSurface(config)) return false;
 
-  const EGLint contextAttributes[] = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
-  context_ = eglCreateContext(display_, config, EGL_NO_CONTEXT, contextAttributes);
+  const EGLint context_attributes[] = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
+  context_ = eglCreateContext(display_, config, EGL_NO_CONTEXT, context_attributes);
   if (context_ == EGL_NO_CONTEXT) {
     LogFailure("Failed to create EGL context");
     return false;
@@ -134,20 +134,20 @@ bool EGLRenderer::openOffscreenDisplay() {
 
 bool EGLRenderer::openGbmDisplay() {
   LogProgress("Setting up GBM device for offscreen rendering...");
-  const char* openedPath = nullptr;
+  const char* opened_path = nullptr;
   for (const char* path : {"/dev/dri/renderD128", "/dev/dri/card0", "/dev/dri/card1"}) {
     LogProgress("Trying DRM device: ", path);
     drmFd_ = open(path, O_RDWR);
     if (drmFd_ >= 0) {
-      openedPath = path;
+      opened_path = path;
       break;
     }
   }
-  if (openedPath == nullptr) {
+  if (opened_path == nullptr) {
     LogFailure("Failed to open any DRM device");
     return false;
   }
-  LogProgress("Successfully opened DRM device: ", openedPath);
+  LogProgress("Successfully opened DRM device: ", opened_path);
 
   gbmDevice_ = gbm_create_device(drmFd_);
   if (gbmDevice_ == nullptr) {
@@ -158,11 +158,11 @@ bool EGLRenderer::openGbmDisplay() {
   }
   LogProgress("GBM device created successfully");
 
-  const auto getPlatformDisplay =
+  const auto get_platform_display =
       reinterpret_cast<PFNEGLGETPLATFORMDISPLAYEXTPROC>(eglGetProcAddress("eglGetPlatformDisplayEXT"));
-  if (getPlatformDisplay != nullptr) {
+  if (get_platform_display != nullptr) {
     LogProgress("Using eglGetPlatformDisplayEXT for GBM");
-    display_ = getPlatformDisplay(EGL_PLATFORM_GBM_KHR, gbmDevice_, nullptr);
+    display_ = get_platform_display(EGL_PLATFORM_GBM_KHR, gbmDevice_, nullptr);
   } else {
     LogProgress("Falling back to eglGetDisplay for GBM");
     display_ = eglGetDisplay(reinterpret_cast<EGLNativeDisplayType>(gbmDevice_));
@@ -273,16 +273,16 @@ bool EGLRenderer::linkProgram() {
   return false;
 }
 
-bool EGLRenderer::loadShaders(const char* vertexSource, const char* fragmentSource) {
+bool EGLRenderer::loadShaders(const char* vertex_source, const char* fragment_source) {
   LogProgress("Loading shaders...");
   vertexShader_ = glCreateShader(GL_VERTEX_SHADER);
   fragmentShader_ = glCreateShader(GL_FRAGMENT_SHADER);
-  if (!compileShader(vertexShader_, vertexSource)) {
+  if (!compileShader(vertexShader_, vertex_source)) {
     LogFailure("Failed to compile vertex shader");
     return false;
   }
   LogProgress("Vertex shader compiled");
-  if (!compileShader(fragmentShader_, fragmentSource)) {
+  if (!compileShader(fragmentShader_, fragment_source)) {
     LogFailure("Failed to compile fragment shader");
     return false;
   }
@@ -335,22 +335,22 @@ void EGLRenderer::renderMesh(const std::vector<float>& positions, const std::vec
     LogFailure("Empty mesh data");
     return;
   }
-  const auto positionAttribute = static_cast<GLuint>(positionLoc_);
-  const auto normalAttribute = static_cast<GLuint>(normalLoc_);
+  const auto position = static_cast<GLuint>(positionLoc_);
+  const auto normal = static_cast<GLuint>(normalLoc_);
 
-  glEnableVertexAttribArray(positionAttribute);
-  glVertexAttribPointer(positionAttribute, 3, GL_FLOAT, GL_FALSE, 0, positions.data());
+  glEnableVertexAttribArray(position);
+  glVertexAttribPointer(position, 3, GL_FLOAT, GL_FALSE, 0, positions.data());
   if (!normals.empty() && normalLoc_ >= 0) {
-    glEnableVertexAttribArray(normalAttribute);
-    glVertexAttribPointer(normalAttribute, 3, GL_FLOAT, GL_FALSE, 0, normals.data());
+    glEnableVertexAttribArray(normal);
+    glVertexAttribPointer(normal, 3, GL_FLOAT, GL_FALSE, 0, normals.data());
   }
 
   glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(indices.size()), GL_UNSIGNED_INT, indices.data());
   const GLenum error = glGetError();
   if (error != GL_NO_ERROR) LogFailure("GL error: ", Hex{error});
 
-  glDisableVertexAttribArray(positionAttribute);
-  if (normalLoc_ >= 0) glDisableVertexAttribArray(normalAttribute);
+  glDisableVertexAttribArray(position);
+  if (normalLoc_ >= 0) glDisableVertexAttribArray(normal);
 }
 
 void EGLRenderer::endFrame() {
@@ -370,16 +370,16 @@ void EGLRenderer::readPixels(unsigned char* buffer, int width, int height) {
   // NOTE: the framebuffer object also in window mode, where frames are not drawn into it: readback is for offscreen
   // use.
   glBindFramebuffer(GL_FRAMEBUFFER, fbo_);
-  std::vector<unsigned char> bottomUp(FrameByteCount(width, height, 4));
-  glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, bottomUp.data());
+  std::vector<unsigned char> bottom_up(FrameByteCount(width, height, 4));
+  glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, bottom_up.data());
   const GLenum error = glGetError();
   if (error != GL_NO_ERROR) LogFailure("readPixels: glReadPixels error: ", Hex{error});
 
-  if (bottomUp.empty()) return;
-  const size_t rowBytes = static_cast<size_t>(width) * 4;
+  if (bottom_up.empty()) return;
+  const size_t row_bytes = static_cast<size_t>(width) * 4;
   for (int row = 0; row < height; ++row) {
-    std::memcpy(buffer + static_cast<size_t>(row) * rowBytes,
-                bottomUp.data() + static_cast<size_t>(height - 1 - row) * rowBytes, rowBytes);
+    std::memcpy(buffer + static_cast<size_t>(row) * row_bytes,
+                bottom_up.data() + static_cast<size_t>(height - 1 - row) * row_bytes, row_bytes);
   }
 }
 
@@ -401,9 +401,9 @@ bool EGLRenderer::saveFrameToPPM(const char* path) {
     return false;
   }
   std::fprintf(file.get(), "P6\n%d %d\n255\n", width_, height_);
-  const size_t rowBytes = static_cast<size_t>(width_) * 3;
+  const size_t row_bytes = static_cast<size_t>(width_) * 3;
   for (int row = height_ - 1; row >= 0; --row) {
-    std::fwrite(rgb.data() + static_cast<size_t>(row) * rowBytes, 1, rowBytes, file.get());
+    std::fwrite(rgb.data() + static_cast<size_t>(row) * row_bytes, 1, row_bytes, file.get());
   }
   return true;
 }

@@ -19,8 +19,8 @@ typedef int GLint;
 struct gbm_device;
 struct _XDisplay;
 
-/// The bytes of a frame as the signed 32-bit product that they are defined to be, as a size: a product that is
-/// negative becomes one that no allocation grants.
+/// The bytes of a frame, counted in 32 bits with a sign: a product that wraps around to a negative number becomes, as a
+/// size, one that no allocation grants.
 constexpr size_t FrameByteCount(int width, int height, int bytes_per_pixel) {
   const uint32_t product =
       static_cast<uint32_t>(width) * static_cast<uint32_t>(height) * static_cast<uint32_t>(bytes_per_pixel);
@@ -49,7 +49,7 @@ class EGLRenderer {
   /// Offscreen it takes the default display, or a GBM device on the first DRM node that opens.
   ///
   /// Units    pixels.
-  [[nodiscard]] bool initialize(int width, int height, bool windowMode);
+  [[nodiscard]] bool initialize(int width, int height, bool window_mode);
 
   [[nodiscard]] bool makeContextCurrent();
   /// Leaves the calling thread without a current context.
@@ -62,7 +62,7 @@ class EGLRenderer {
 
   /// Compiles and links the two GLSL ES sources. They meet the renderer in the attributes `a_position` and
   /// `a_normal` and the uniforms `u_mvp`, `u_lightDir` and `u_objectColor`; one that is missing is left unset.
-  [[nodiscard]] bool loadShaders(const char* vertexSource, const char* fragmentSource);
+  [[nodiscard]] bool loadShaders(const char* vertex_source, const char* fragment_source);
 
   /// Clears to transparent black and sets all state that drawing needs.
   void beginFrame();

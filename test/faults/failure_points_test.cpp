@@ -18,7 +18,7 @@
 #include <stdexcept>
 #include <tuple>
 
-#include "renderer/log_line.h"
+#include "logging/log_line.h"
 #include "test/faults/operator_new.h"
 #include "test/faults/watchdog.h"
 #include "test/model/glb_builder.h"

@@ -1,6 +1,9 @@
 #include "test/plugin/plugin_under_test.h"
 
-#include "plugin/orbisk_plugin.cpp"  // NOLINT: for what it keeps in its unnamed namespace
+#include "plugin/model_path.h"
+#include "plugin/pixel_texture.h"
+#include "plugin/registrations.h"
+#include "plugin/render_thread.h"
 
 namespace plugin_under_test {
 

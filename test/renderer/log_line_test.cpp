@@ -1,6 +1,6 @@
 // Log lines: whole, flushed, the same in every locale and whatever the other threads write.
 
-#include "renderer/log_line.h"
+#include "logging/log_line.h"
 
 #include <gtest/gtest.h>
 

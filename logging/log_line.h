@@ -1,5 +1,5 @@
-#ifndef RENDERER_LOG_LINE_H_
-#define RENDERER_LOG_LINE_H_
+#ifndef LOGGING_LOG_LINE_H_
+#define LOGGING_LOG_LINE_H_
 
 #include <cstdio>
 #include <locale>
@@ -64,4 +64,4 @@ struct Hex {
   }
 };
 
-#endif  // RENDERER_LOG_LINE_H_
+#endif  // LOGGING_LOG_LINE_H_
