@@ -29,7 +29,9 @@ build_packages=(
 )
 test_packages=(
   libgtest-dev libgmock-dev libpng-dev
-  python3                                                       # the assets' script is checked
+  python3 python3-yaml                                          # the assets' script and pubspec.yaml are checked
+  clang                                                         # builds the Flutter package, as its tooling does
+  nodejs npm                                                    # reads the Flutter package's Dart files
   binutils                                                      # the library's symbol table is read
   xvfb xauth                                                    # window modes
 )
@@ -84,12 +86,14 @@ done
 
 # A package may be there for several architectures: this machine's own counts, unless the name has another one behind it.
 native=$(dpkg --print-architecture)
+# It may also come with another package: npm with the nodejs that is not Debian's.
+provided=$(dpkg-query --show --showformat='${db:Status-Status}, ${Provides}\n' | grep '^installed' | tr -d ' ' | tr ',' '\n')
 missing=()
 for package in "${packages[@]}"; do
   architecture=$native
   [[ "$package" != *:* ]] || architecture=${package#*:}
   dpkg-query --show --showformat='${Architecture} ${db:Status-Status}\n' "$package" 2>/dev/null |
-    grep -qE "^($architecture|all) installed$" || missing+=("$package")
+    grep -qE "^($architecture|all) installed$" || grep -qxF "$package" <<<"$provided" || missing+=("$package")
 done
 [ "${#missing[@]}" -gt 0 ] || exit 0
 

@@ -3,9 +3,17 @@
 
 #include <dlfcn.h>
 
+#include <cstdlib>
 #include <stdexcept>
+#include <string>
 
 #include "orbisk/orbisk_plugin.h"
+
+/// The library that is tested: this build's, or the one that the variable ORBISK_PLUGIN_FILE names.
+inline std::string PluginFile() {
+  const char* const named = std::getenv("ORBISK_PLUGIN_FILE");
+  return named != nullptr ? named : ORBISK_PLUGIN_FILE;
+}
 
 /// The registration function of a library that has been loaded.
 inline decltype(&OrbiskPluginRegisterWithRegistrar) RegistrationIn(void* library) {
@@ -14,10 +22,10 @@ inline decltype(&OrbiskPluginRegisterWithRegistrar) RegistrationIn(void* library
       dlsym(library, "OrbiskPluginRegisterWithRegistrar"));
 }
 
-/// The registration function of the built library, ORBISK_PLUGIN_FILE, which is loaded as the embedder does it. Loaded
+/// The registration function of the built library, which is loaded as the embedder does it. Loaded
 /// once: a later test finds the library's globals as the earlier one's end has left them, empty.
 inline decltype(&OrbiskPluginRegisterWithRegistrar) LoadedRegistration() {
-  static void* const library = dlopen(ORBISK_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL);
+  static void* const library = dlopen(PluginFile().c_str(), RTLD_NOW | RTLD_LOCAL);
   return RegistrationIn(library);
 }
 

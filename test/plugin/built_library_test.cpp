@@ -31,10 +31,13 @@ std::vector<std::string> LinesOf(const std::string& command) {
   return lines;
 }
 
+// What a tool says about the library.
+std::vector<std::string> LinesOfTool(const std::string& tool) { return LinesOf(tool + " '" + PluginFile() + "'"); }
+
 // The values of one tag in the dynamic section: what stands between the brackets.
 std::vector<std::string> DynamicEntries(const std::string& tag) {
   std::vector<std::string> values;
-  for (const std::string& line : LinesOf("readelf --dynamic --wide " ORBISK_PLUGIN_FILE)) {
+  for (const std::string& line : LinesOfTool("readelf --dynamic --wide")) {
     if (line.find("(" + tag + ")") == std::string::npos) continue;
     const size_t opening = line.find('[');
     values.push_back(line.substr(opening + 1, line.find(']') - opening - 1));
@@ -44,7 +47,7 @@ std::vector<std::string> DynamicEntries(const std::string& tag) {
 
 TEST(BuiltLibraryTest, ExportsTheRegistrationFunctionAndNothingElse) {
   std::vector<std::string> names;
-  for (const std::string& line : LinesOf("nm --dynamic --defined-only --format=posix " ORBISK_PLUGIN_FILE)) {
+  for (const std::string& line : LinesOfTool("nm --dynamic --defined-only --format=posix")) {
     names.push_back(line.substr(0, line.find(' ')));
   }
   EXPECT_THAT(names, ElementsAre("OrbiskPluginRegisterWithRegistrar"));
@@ -67,7 +70,7 @@ TEST(BuiltLibraryTest, CarriesNoRunPath) {
 
 TEST(BuiltLibraryTest, IsForTheMachineItIsBuiltFor) {
   std::string machine;
-  for (const std::string& line : LinesOf("readelf --file-header --wide " ORBISK_PLUGIN_FILE)) {
+  for (const std::string& line : LinesOfTool("readelf --file-header --wide")) {
     if (line.find("Machine:") != std::string::npos) machine = line.substr(line.find_last_of(' ') + 1);
   }
   EXPECT_EQ(machine, std::string_view(ORBISK_PROCESSOR) == "aarch64" ? "AArch64" : "X86-64");
@@ -76,7 +79,7 @@ TEST(BuiltLibraryTest, IsForTheMachineItIsBuiltFor) {
 // The highest version of each library's symbols that the file asks for: "GLIBC" -> {2, 17}.
 std::map<std::string, std::vector<int>> HighestSymbolVersions() {
   std::map<std::string, std::vector<int>> highest;
-  for (const std::string& line : LinesOf("readelf --version-info --wide " ORBISK_PLUGIN_FILE)) {
+  for (const std::string& line : LinesOfTool("readelf --version-info --wide")) {
     const size_t name = line.find("Name: ");
     if (name == std::string::npos) continue;
     std::istringstream stream(line.substr(name + 6));  // "GLIBC_2.17  Flags: ..."

@@ -38,7 +38,7 @@ class UnloadDeathTest : public TranscriptTest {
 
 TEST_F(UnloadDeathTest, ALiveViewerReleasesItsRendererAndSaysNothing) {
   const std::string copy = folder_.PathOf("liborbisk_plugin.so");
-  std::filesystem::copy_file(ORBISK_PLUGIN_FILE, copy);
+  std::filesystem::copy_file(PluginFile(), copy);
   EXPECT_EXIT(DrawAndUnload(copy), ::testing::ExitedWithCode(0), ::testing::Eq(With(kReleaseRenderer, Names(1, 4, 2))));
 }
 
