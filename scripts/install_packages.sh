@@ -87,7 +87,7 @@ for group in "${groups[@]}"; do
   esac
 done
 
-# A package may be there for several architectures: this machine's own counts, unless the name has another one behind it.
+# A package may be there for several architectures: this machine's own counts, unless the name ends with another one.
 native=$(dpkg --print-architecture)
 missing=()
 for package in "${packages[@]}"; do

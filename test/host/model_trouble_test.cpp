@@ -106,7 +106,7 @@ TEST_F(ModelTroubleTest, BinaryGltfIsExplainedByWhatTheLoaderStumblesOver) {
       {"a chunk that is too long", Glb(good).BinLength(1000), "it is cut short: of "},
       {"JSON alone", Glb().Json(R"({"meshes":[{}]})").WithoutBin(), "it has no data of its own (no BIN chunk)"},
       {"no JSON", Glb(good).JsonType(0x12345678), "its first part is not the JSON text"},
-      {"no BIN", Glb(good).BinType(0x12345678), "behind the JSON text comes something else than the data"},
+      {"no BIN", Glb(good).BinType(0x12345678), "after the JSON text comes something other than the data"},
       {"no meshes", Glb(), "there are no meshes in it"},
       {"Draco",
        Glb().Add(Mesh(Floats(kTrianglePositions).Field("count", "9"))
