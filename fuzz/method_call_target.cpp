@@ -41,6 +41,7 @@
 #include "fuzz/short_memory.h"
 #include "fuzz/step.h"
 #include "test/fakes/fake_embedder.h"
+#include "test/support/files.h"
 
 #include "plugin/orbisk_plugin.cpp"  // NOLINT: for the viewer state in its unnamed namespace
 
@@ -254,7 +255,7 @@ class InModelFolder {
 
  private:
   static int MakeFolder() {
-    static const glb_builder::TemporaryFolder folder;
+    static const TemporaryFolder folder;
     for (const auto& [name, glb] : fuzz::ModelFiles()) folder.Write(name, glb);
     return open(folder.path().c_str(), O_PATH | O_DIRECTORY);
   }

@@ -17,7 +17,7 @@
 #include "fuzz/message_kind.h"
 #include "fuzz/model_files.h"
 #include "fuzz/step.h"
-#include "test/model/glb_builder.h"
+#include "test/support/glb_builder.h"
 
 namespace {
 

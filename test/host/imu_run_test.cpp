@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "host/host_error.h"
-#include "test/host/temp_folder.h"
+#include "test/support/files.h"
 
 namespace host {
 namespace {
@@ -166,7 +166,7 @@ TEST(ImuLineParser, FailureOfHeaderSaysWhereTimeIsOptional) {
 }
 
 TEST(ReadImuRun, FileIsReadWhole) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const auto samples = ReadImuRun(folder.Write("run.csv", "t,roll,pitch,yaw\r\n0,1,2,3\r\n0.5,4,5,6"));
   ASSERT_EQ(samples.size(), 2u);
   ExpectAngles(samples[1].orientation, 4, 5, 6);
@@ -182,17 +182,17 @@ std::string FailureOfFile(const std::string& path, size_t most_bytes = kLargestI
 }
 
 TEST(ReadImuRun, FailureNamesTheFile) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const std::string bad = folder.Write("bad.csv", "t,roll,pitch,yaw\n0,1,2,x\n");
   EXPECT_EQ(FailureOfFile(bad), bad + ", line 2: expected a number for yaw, found \"x\"");
-  EXPECT_EQ(FailureOfFile(folder.File("none.csv")),
-            "cannot read the IMU file " + folder.File("none.csv") + ": No such file or directory");
+  EXPECT_EQ(FailureOfFile(folder.PathOf("none.csv")),
+            "cannot read the IMU file " + folder.PathOf("none.csv") + ": No such file or directory");
   EXPECT_EQ(FailureOfFile(folder.path()), "cannot read the IMU file " + folder.path() + ": it is a folder");
 }
 
 TEST(ReadImuRun, PipesAndDevicesAreNotOpened) {
-  const TempFolder folder;
-  const std::string pipe = folder.File("pipe");
+  const TemporaryFolder folder;
+  const std::string pipe = folder.PathOf("pipe");
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   EXPECT_EQ(FailureOfFile(pipe), "cannot read the IMU file " + pipe +
                                      ": it is a pipe; --imu - reads samples from standard input as they come");
@@ -202,7 +202,7 @@ TEST(ReadImuRun, PipesAndDevicesAreNotOpened) {
 }
 
 TEST(ReadImuRun, FileOfManyPiecesIsReadWhole) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   std::string text = "t,roll,pitch,yaw\n";
   for (int i = 0; i < 20000; ++i) text += std::to_string(i) + "," + std::to_string(i % 7) + ",0,0\n";
   ASSERT_GT(text.size(), 3u * 65536);
@@ -215,7 +215,7 @@ TEST(ReadImuRun, FileOfManyPiecesIsReadWhole) {
 }
 
 TEST(ReadImuRun, FileBeyondTheLargestIsRefused) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const std::string text = "t,roll,pitch,yaw\n0,1,2,3\n";
   const std::string path = folder.Write("run.csv", text);
   EXPECT_EQ(FailureOfFile(path, text.size()), "no failure");
@@ -225,7 +225,7 @@ TEST(ReadImuRun, FileBeyondTheLargestIsRefused) {
 }
 
 TEST(ReadImuRun, LineWithoutEndIsRefusedBeforeItIsRead) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const std::string path = folder.Write("run.csv", "");
   std::filesystem::resize_file(path, kLargestImuFile);  // zeros, which take no room on the disk
   EXPECT_EQ(FailureOfFile(path), path + ", line 1: expected a line of at most 65536 bytes, found a longer one");

@@ -14,7 +14,7 @@
 #include <thread>
 
 #include "test/host/pictures_on_disk.h"
-#include "test/host/temp_folder.h"
+#include "test/support/files.h"
 
 namespace {
 
@@ -114,9 +114,9 @@ class Process {
     std::string err;
   };
 
-  Process(const TempFolder& folder, std::vector<std::string> command, const Environment& environment, int input,
+  Process(const TemporaryFolder& folder, std::vector<std::string> command, const Environment& environment, int input,
           int error_output = -1)
-      : err_path_(folder.File("stderr")) {
+      : err_path_(folder.PathOf("stderr")) {
     std::vector<std::string> variables;
     for (const char* name : kInherited) {
       if (const char* value = getenv(name)) variables.push_back(std::string(name) + "=" + value);
@@ -209,7 +209,7 @@ class ProgramTest : public ::testing::Test {
     return Run(std::move(arguments), environment, input);
   }
 
-  std::string Out() const { return folder_.File("pictures"); }
+  std::string Out() const { return folder_.PathOf("pictures"); }
   // How an error line ends that has to do with the plug-in.
   std::string LogHint() const { return "; the plug-in's own lines are in " + Out() + "/plugin.log\n"; }
   std::string Log() const { return ReadFile(Out() + "/plugin.log"); }
@@ -265,7 +265,7 @@ class ProgramTest : public ::testing::Test {
     return opaque > png.width() * png.height() / 100 && transparent > png.width() * png.height() / 4;
   }
 
-  TempFolder folder_;
+  TemporaryFolder folder_;
 };
 
 // ---- Runs -------------------------------------------------------------------------------------------------
@@ -394,7 +394,7 @@ TEST_F(ProgramTest, WindowRunShowsFramesUnderAnXServer) {
   // It takes a number that is free, and tells it once it can be used.
   const std::string input = folder_.Write("no input", "");
   const int no_input = open(input.c_str(), O_RDONLY | O_CLOEXEC);
-  const TempFolder server_folder;
+  const TemporaryFolder server_folder;
   Process server(server_folder, {"Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24", "-nolisten", "tcp"}, {},
                  no_input);
   const std::string display = ":" + server.FirstLine();
@@ -580,7 +580,7 @@ TEST_F(ProgramTest, ModelWithANumberThatIsNoneIsExplained) {
 }
 
 TEST_F(ProgramTest, ModelThatIsAPipeIsRefusedBeforeAnythingStarts) {
-  const std::string model = folder_.File("pipe.glb");
+  const std::string model = folder_.PathOf("pipe.glb");
   ASSERT_EQ(mkfifo(model.c_str(), 0600), 0);
   const Result result = Run({"--model", model, "--imu", kImu, "--out", Out()});
   EXPECT_EQ(result.status, 1);

@@ -7,7 +7,7 @@
 #include <limits>
 
 #include "model/glb_loader.cpp"
-#include "test/model/glb_builder.h"
+#include "test/support/glb_builder.h"
 
 using glb_builder::Accessor;
 using glb_builder::Bytes;

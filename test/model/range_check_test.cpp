@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "test/model/loading.h"
+#include "test/support/files.h"
 
 using glb_builder::Accessor;
 using glb_builder::Bytes;
@@ -22,7 +23,6 @@ using glb_builder::Floats;
 using glb_builder::Glb;
 using glb_builder::kTrianglePositions;
 using glb_builder::Mesh;
-using glb_builder::TemporaryFolder;
 using glb_builder::Triangle;
 using glb_builder::Ubytes;
 using glb_builder::Uints;

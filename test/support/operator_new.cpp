@@ -1,4 +1,4 @@
-#include "test/faults/operator_new.h"
+#include "test/support/operator_new.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,5 +1,5 @@
-#ifndef TEST_FAULTS_OPERATOR_NEW_H_
-#define TEST_FAULTS_OPERATOR_NEW_H_
+#ifndef TEST_SUPPORT_OPERATOR_NEW_H_
+#define TEST_SUPPORT_OPERATOR_NEW_H_
 
 /// The test program's own operator new, on top of malloc: it throws std::bad_alloc for a size that no machine has,
 /// where AddressSanitizer's would end the program; and it can be told to.
@@ -49,4 +49,4 @@ class Watch {
 
 }  // namespace operator_new
 
-#endif  // TEST_FAULTS_OPERATOR_NEW_H_
+#endif  // TEST_SUPPORT_OPERATOR_NEW_H_

@@ -1,4 +1,4 @@
-#include "test/plugin/plugin_under_test.h"
+#include "test/support/plugin_under_test.h"
 
 #include "plugin/orbisk_plugin.cpp"  // NOLINT: for what it keeps in its unnamed namespace
 
