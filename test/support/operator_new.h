@@ -40,8 +40,8 @@ class Limit {
   Limit& operator=(const Limit&) = delete;
 };
 
-/// Knows how many bytes the thread that made it has had allocated at a time since then, on top of what there was before.
-/// One at a time.
+/// Knows how many bytes the thread that made it has had allocated at a time since then, on top of what there was
+/// before. One at a time.
 class Peak {
  public:
   Peak();
