@@ -5,19 +5,14 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include "host/host_error.h"
+#include "test/host/failure.h"
 #include "test/support/files.h"
 
 namespace host {
 namespace {
 
-std::string FailureOf(const std::string& path, const std::string& bytes) {
-  try {
-    WriteWholeFile(path, bytes);
-  } catch (const HostError& error) {
-    return error.what();
-  }
-  return "no failure";
+std::string FailureToWrite(const std::string& path, const std::string& bytes) {
+  return FailureOf([&] { WriteWholeFile(path, bytes); });
 }
 
 // Files of this process can grow to so many bytes, as on a disk that is full; for as long as this lives.
@@ -68,7 +63,7 @@ TEST(WriteWholeFile, FileThatDoesNotFitLeavesWhatWasThereBefore) {
   std::string failure;
   {
     const FileSizeLimit limit(1000);
-    failure = FailureOf(path, std::string(5000, 'x'));
+    failure = FailureToWrite(path, std::string(5000, 'x'));
   }
   EXPECT_EQ(failure, "cannot write " + path + ": File too large");
   EXPECT_EQ(ReadFile(path), "before");
@@ -78,9 +73,9 @@ TEST(WriteWholeFile, FileThatDoesNotFitLeavesWhatWasThereBefore) {
 TEST(WriteWholeFile, FailureToTakeTheNameLeavesNothing) {
   const TemporaryFolder folder;
   std::filesystem::create_directory(folder.PathOf("taken"));
-  EXPECT_EQ(FailureOf(folder.PathOf("taken"), "x"), "cannot write " + folder.PathOf("taken") + ": Is a directory");
+  EXPECT_EQ(FailureToWrite(folder.PathOf("taken"), "x"), "cannot write " + folder.PathOf("taken") + ": Is a directory");
   EXPECT_EQ(folder.Names(), (std::vector<std::string>{"taken"}));
-  EXPECT_EQ(FailureOf(folder.PathOf("none/file"), "x"),
+  EXPECT_EQ(FailureToWrite(folder.PathOf("none/file"), "x"),
             "cannot write " + folder.PathOf("none/file") + ": No such file or directory");
 }
 

@@ -5,7 +5,7 @@
 
 #include <sstream>
 
-#include "host/host_error.h"
+#include "test/host/failure.h"
 #include "test/support/files.h"
 
 namespace host {
@@ -24,13 +24,8 @@ std::vector<ImuSample> Parse(const std::string& text, Time time = Time::kRequire
   return samples;
 }
 
-std::string FailureOf(const std::string& text, Time time = Time::kRequired) {
-  try {
-    Parse(text, time);
-  } catch (const HostError& error) {
-    return error.what();
-  }
-  return "no failure";
+std::string FailureOfText(const std::string& text, Time time = Time::kRequired) {
+  return FailureOf([&] { Parse(text, time); });
 }
 
 void ExpectQuaternion(const Orientation& orientation, double x, double y, double z, double w) {
@@ -156,11 +151,11 @@ TEST(ImuLineParser, FailureNamesLineAndWhatWasExpectedAndFound) {
       {"a very long word", std::string(kHeader) + "0," + std::string(100, 'x') + ",0,0,1\n",
        "run.csv, line 2: expected a number for qx, found \"" + std::string(60, 'x') + "...\""},
   };
-  for (const auto& c : kCases) EXPECT_EQ(FailureOf(c.text), c.failure) << c.what;
+  for (const auto& c : kCases) EXPECT_EQ(FailureOfText(c.text), c.failure) << c.what;
 }
 
 TEST(ImuLineParser, FailureOfHeaderSaysWhereTimeIsOptional) {
-  EXPECT_EQ(FailureOf("a,b\n", Time::kOptional),
+  EXPECT_EQ(FailureOfText("a,b\n", Time::kOptional),
             "run.csv, line 1: expected a header naming either qx,qy,qz,qw or roll,pitch,yaw (and t, if any), found "
             "\"a,b\"");
 }
@@ -173,12 +168,7 @@ TEST(ReadImuRun, FileIsReadWhole) {
 }
 
 std::string FailureOfFile(const std::string& path, size_t most_bytes = kLargestImuFile) {
-  try {
-    ReadImuRun(path, most_bytes);
-  } catch (const HostError& error) {
-    return error.what();
-  }
-  return "no failure";
+  return FailureOf([&] { ReadImuRun(path, most_bytes); });
 }
 
 TEST(ReadImuRun, FailureNamesTheFile) {
@@ -235,7 +225,7 @@ TEST(ImuLineParser, LongestLineIsRead) {
   const std::string header = "t,roll,pitch,yaw,";
   const std::string longest(ImuLineParser::kLongestLine - header.size(), 'x');
   EXPECT_EQ(Parse(header + longest + "\n0,1,2,3,\n").size(), 1u);
-  EXPECT_EQ(FailureOf(header + longest + "x\n0,1,2,3,\n"),
+  EXPECT_EQ(FailureOfText(header + longest + "x\n0,1,2,3,\n"),
             "run.csv, line 1: expected a line of at most 65536 bytes, found a longer one");
 }
 

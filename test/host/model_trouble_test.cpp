@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "host/host_error.h"
 #include "model/glb_loader.h"
+#include "test/host/failure.h"
 #include "test/support/files.h"
 #include "test/support/glb_builder.h"
 
@@ -161,12 +161,7 @@ class ModelFileTest : public ModelTroubleTest {
   ~ModelFileTest() override { std::filesystem::current_path(folder_before_); }
 
   static std::string FailureOf(const std::string& path) {
-    try {
-      CheckModelFile(path);
-    } catch (const HostError& error) {
-      return error.what();
-    }
-    return "no failure";
+    return host::FailureOf([&] { CheckModelFile(path); });
   }
 
  private:

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "host/animation.h"
-#include "host/host_error.h"
+#include "test/host/failure.h"
 #include "test/host/pictures_on_disk.h"
 #include "test/support/files.h"
 
@@ -23,15 +23,6 @@ TimedFrame At(double seconds, std::shared_ptr<const Frame> frame = nullptr) {
   timed.frame = std::move(frame);
   timed.seconds = seconds;
   return timed;
-}
-
-std::string FailureOf(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const HostError& error) {
-    return error.what();
-  }
-  return "no failure";
 }
 
 // ---- Which frames are kept --------------------------------------------------------------------------------
