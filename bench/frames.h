@@ -9,9 +9,10 @@ struct FrameSize {
   int width, height;
 };
 
-/// Registers benchmarks of a whole frame, from the viewer's numbers to the pixels in the engine's buffer, against the least
-/// that OpenGL needs for the same picture: clear, draw, finish, read back, on the same context. A third contestant adds to
-/// the least what a frame must do besides: the pass over all vertices, the zeroed temporary, the rows turned.
+/// Registers benchmarks of a whole frame, from the viewer's numbers to the pixels in the engine's buffer, against the
+/// least that OpenGL needs for the same picture: clear, draw, finish, read back, on the same context. A third
+/// contestant adds to the least what a frame must do besides: the pass over all vertices, the zeroed temporary, the
+/// rows turned.
 ///
 /// They are named "<what>/<size and vertices>/<contestant>", one for each size and number of vertices; `count_faults`
 /// adds the page faults of a frame.

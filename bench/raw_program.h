@@ -7,7 +7,7 @@
 
 #include "plugin/shaders.h"
 
-/// The viewer's shaders as a program, made with no more than that takes. For the current context.
+/// The viewer's shaders as a program, made the shortest way. For the current context.
 inline GLuint MakeRawProgram() {
   const GLuint program = glCreateProgram();
   for (const auto& [type, source] :

@@ -7,7 +7,10 @@ set(ORBISK_CLIENT_WRAPPER_SOURCES
   "${ORBISK_ROOT}/client_wrapper/plugin_registrar.cpp"
   "${ORBISK_ROOT}/client_wrapper/standard_codec.cpp")
 set(ORBISK_MODEL_SOURCES
-  "${ORBISK_ROOT}/model/glb_loader.cpp")
+  "${ORBISK_ROOT}/model/glb_container.cpp"
+  "${ORBISK_ROOT}/model/glb_loader.cpp"
+  "${ORBISK_ROOT}/model/json_scanning.cpp"
+  "${ORBISK_ROOT}/model/mesh_primitive.cpp")
 set(ORBISK_RENDERER_SOURCES
   "${ORBISK_ROOT}/renderer/egl_renderer.cpp")
 set(ORBISK_PLUGIN_SOURCES

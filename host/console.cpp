@@ -44,7 +44,7 @@ int DuplicateForHost(int descriptor) {
   return fcntl(descriptor, F_DUPFD_CLOEXEC, 3);
 }
 
-// ---- Last words -------------------------------------------------------------------------------------------
+// ---- Fatal signals ---------------------------------------------------------------------------------------
 
 constexpr std::array<int, 5> kFatalSignals = {SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL};
 
@@ -98,7 +98,7 @@ void Console::DivertOthersTo(const std::string& path) {
   PrepareLastWords(err_, terminal_, path);
 }
 
-// Where standard error cannot be written, there is nowhere to complain.
+// Where standard error cannot be written, there is nowhere to say so.
 
 void Console::Out(const std::string& text) {
   const std::lock_guard<std::mutex> lock(mutex_);

@@ -69,8 +69,7 @@ class ImuLineParser {
 
 /// Cuts input that comes in pieces into lines, and passes on the samples in them.
 ///
-/// Failure  HostError: a malformed line; one longer than ImuLineParser::kLongestLine as soon as it is, so
-/// that a
+/// Failure  HostError: a malformed line; one longer than ImuLineParser::kLongestLine as soon as it is, so that a
 ///          device that never ends its line does not fill the memory; an end without samples.
 class ImuLines {
  public:
@@ -98,8 +97,7 @@ constexpr size_t kLargestImuFile = size_t{256} << 20;  // bytes: nine hours of a
 
 /// Reads a recorded run, the whole of it, into memory.
 ///
-/// Failure  HostError for a file that cannot be read, is none, or has more than `most_bytes`; a malformed
-/// line; no
+/// Failure  HostError for a file that cannot be read, is none, or has more than `most_bytes`; a malformed line; no
 ///          samples.
 std::vector<ImuSample> ReadImuRun(const std::string& path, size_t most_bytes = kLargestImuFile);
 

@@ -36,7 +36,7 @@ struct Beginning {
     for (size_t i = 4; i-- > 0;) number = number << 8 | static_cast<uint8_t>(text[offset + i]);
     return number;
   }
-  // Where the text begins, behind a byte-order mark and blank space.
+  // Where the text begins, after a byte-order mark and blank space.
   bool TextStartsWith(std::string_view word) const {
     const size_t first = text.find_first_not_of(" \t\r\n", StartsWith("\xEF\xBB\xBF") ? 3 : 0);
     const auto same = [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; };
@@ -187,7 +187,7 @@ constexpr Words kLoaderWords[] = {
     {"first chunk not JSON",
      "its first part is not the JSON text; it is damaged, or no glTF tool wrote it: export it again"},
     {"second chunk not BIN",
-     "behind the JSON text comes something else than the data (BIN chunk); export it again without "
+     "after the JSON text comes something other than the data (BIN chunk); export it again without "
      "extensions"},
     {"Found 0 meshes",
      "there are no meshes in it; export it with the meshes, not only cameras, lights or an animation"},

@@ -14,7 +14,7 @@ std::string ModelFile(const std::string& path);
 /// a file holds is the plug-in's to judge.
 void CheckModelFile(const std::string& path);
 
-/// Why the plug-in could not load the model `path`, in a person's words: what kind of file it seems to be, by
+/// Why the plug-in could not load the model `path`, in plain words: what kind of file it seems to be, by
 /// what is in it, or what the loader stumbled over, and what helps.
 ///
 /// `loader_words`: the plug-in's message.

@@ -108,8 +108,10 @@ void WriteContactSheet(const std::vector<TimedFrame>& frames, const std::string&
   cairo_select_font_face(context.get(), "DejaVu Sans", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
 
   for (size_t i = 0; i < frames.size(); ++i) {
-    const double x = kMargin + static_cast<int>(i) % columns * cell_width;
-    const double y = kMargin + static_cast<int>(i) / columns * cell_height;
+    const int column = static_cast<int>(i) % columns;
+    const int row = static_cast<int>(i) / columns;
+    const double x = kMargin + column * cell_width;
+    const double y = kMargin + row * cell_height;
     const double picture_width = first.width * scale;
     const CairoSurface picture = SurfaceOf(*frames[i].frame);
     PaintBackdrop(context.get(), x, y, width, height);

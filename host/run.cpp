@@ -211,7 +211,7 @@ void Runner::RunPlugin(RegisterPluginFunction register_plugin) {
   end_ = Clock::now();
   if (PicturesWanted()) {
     console_.Progress("writing the pictures");
-    recorder_->Close();  // which goes on during the plug-in's farewell
+    recorder_->Close();  // writing goes on while the plug-in ends
   }
   session_->End();
 }

@@ -24,7 +24,7 @@ class Session {
   Session& operator=(const Session&) = delete;
 
   /// Stops drawing, then fetching, then disposes of the viewer and lets the plug-in go: nothing that is freed
-  /// is in use any more. The plug-in takes half a second for its farewell.
+  /// is in use any more. The plug-in takes half a second to end.
   void End();
 
   Viewer& viewer() { return viewer_; }

@@ -24,7 +24,7 @@ constexpr char kLeft[] = "an exception left the plug-in's handler: ";
 // The model loader's log is one line per attempt; an error is one line.
 std::string InOneLine(const std::string& text) {
   std::string line;
-  for (const char c : text.substr(0, text.find_last_not_of("\n") + 1)) {
+  for (const char c : text.substr(0, text.find_last_not_of('\n') + 1)) {
     if (c == '\n') {
       line += "; ";
     } else {

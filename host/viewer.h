@@ -34,7 +34,8 @@ class CommandError : public std::runtime_error {
 ///
 /// Thread   the platform thread.
 /// Lifetime borrows the embedder.
-/// Failure  CommandError, from every command: an error envelope, no answer, an answer of the wrong type, or an exception
+/// Failure  CommandError, from every command: an error envelope, no answer, an answer of the wrong type, or an
+/// exception
 ///          that left the plug-in's handler.
 class Viewer {
  public:

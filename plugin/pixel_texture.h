@@ -8,8 +8,8 @@
 /// Thread   the platform thread.
 void MakeTexture(OrbiskState& state);
 
-/// For a state that is about to go: its texture gives no frames from now on, and lives for as long as the process, because
-/// the engine may ask it at any time.
+/// For a state that is about to go: its texture gives no frames from now on, and lives for as long as the process,
+/// because the engine may ask it at any time.
 ///
 /// Thread   the platform thread.
 void LeaveTextureToEngine(OrbiskState& state);

@@ -11,8 +11,8 @@
 /// Thread   any: the render thread reads it, and the embedder may register the plug-in once more while that runs.
 extern std::atomic<flutter::PluginRegistrar*> g_registrar;
 
-/// Each engine of the process registers the plug-in, and its registrar goes with its plug-in object. `RemoveRegistration`
-/// leaves `g_registrar` with the last one added that is still there.
+/// Each engine of the process registers the plug-in, and its registrar goes with its plug-in object.
+/// `RemoveRegistration` leaves `g_registrar` with the last one added that is still there.
 ///
 /// Thread   the platform thread.
 void AddRegistration(const flutter::Plugin* plugin, flutter::PluginRegistrar* registrar);

@@ -8,9 +8,9 @@
 inline constexpr auto kFrameInterval = std::chrono::milliseconds(33);
 inline constexpr auto kIdleWait = std::chrono::milliseconds(100);  // while there is nothing to draw
 
-/// The body of the render thread: draws a frame every `kFrameInterval`, reads it back and announces it, until the viewer is to stop
-/// or is disposed. The context is still current on the thread when it ends: whoever joins it destroys the renderer or
-/// starts the next thread.
+/// The body of the render thread: draws a frame every `kFrameInterval`, reads it back and announces it, until the
+/// viewer is to stop or is disposed. The context is still current on the thread when it ends: whoever joins it destroys
+/// the renderer or starts the next thread.
 void RenderingThread(OrbiskState* state) ORBISK_EXCLUDES(state->mutex);
 
 /// Asks the render thread to end and waits until it has.

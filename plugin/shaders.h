@@ -4,8 +4,8 @@
 // The two built-in GLSL ES shaders: a flat colour per mesh, ambient light and one directional light that turns with
 // the model, because normals are not transformed.
 //
-// Drivers get these texts byte for byte, comments included, and applications may compare or cache by them: so they stay as
-// they were first shipped, with two comments that name constants which exist nowhere.
+// Drivers get these texts byte for byte, comments included, and cache compiled shaders by them: so they stay as they were
+// first shipped, with two comments that name constants which exist nowhere.
 
 inline constexpr char kVertexShader[] = R"(
 attribute vec3 a_position;

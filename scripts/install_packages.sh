@@ -11,6 +11,7 @@
 #   bench     what ./bench.sh needs on top of `build` and `test`
 #   coverage  what scripts/coverage.sh needs on top of both
 #   fuzz      what scripts/fuzz.sh needs on top of both
+#   lint      what scripts/lint.sh needs on top of `build`
 #   fresh     what scripts/fresh_machine.sh needs
 set -euo pipefail
 
@@ -57,6 +58,9 @@ coverage_packages=(
 fuzz_packages=(
   clang-14 libclang-rt-14-dev                                   # libFuzzer and the sanitizers' runtimes
 )
+lint_packages=(
+  clang-14 clang-format-14 clang-tidy-14
+)
 fresh_packages=(
   debootstrap git
 )
@@ -76,6 +80,7 @@ for group in "${groups[@]}"; do
     bench) packages+=("${bench_packages[@]}") ;;
     coverage) packages+=("${coverage_packages[@]}") ;;
     fuzz) packages+=("${fuzz_packages[@]}") ;;
+    lint) packages+=("${lint_packages[@]}") ;;
     fresh) packages+=("${fresh_packages[@]}") ;;
     *)
       echo "install_packages.sh: no such group: $group (its first lines tell which there are)" >&2
@@ -84,7 +89,7 @@ for group in "${groups[@]}"; do
   esac
 done
 
-# A package may be there for several architectures: this machine's own counts, unless the name has another one behind it.
+# A package may be there for several architectures: this machine's own counts, unless the name ends with another one.
 native=$(dpkg --print-architecture)
 # It may also come with another package: npm with the nodejs that is not Debian's.
 provided=$(dpkg-query --show --showformat='${db:Status-Status}, ${Provides}\n' | grep '^installed' | tr -d ' ' | tr ',' '\n')

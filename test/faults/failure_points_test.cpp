@@ -19,11 +19,12 @@
 #include <tuple>
 
 #include "logging/log_line.h"
-#include "test/faults/operator_new.h"
 #include "test/faults/watchdog.h"
-#include "test/model/glb_builder.h"
-#include "test/model/read_fault.h"
-#include "test/plugin/fake_graphics_fixture.h"
+#include "test/support/fake_graphics_fixture.h"
+#include "test/support/files.h"
+#include "test/support/glb_builder.h"
+#include "test/support/operator_new.h"
+#include "test/support/read_fault.h"
 
 using ::testing::AnyOf;
 using ::testing::HasSubstr;
@@ -205,7 +206,7 @@ class AllocationFailureTest : public ::testing::TestWithParam<std::tuple<Allocat
 
 TEST_P(AllocationFailureTest, TheExceptionLeavesOrALogLineIsCutAndTheNextCommandWorks) {
   const auto& [it, extent] = GetParam();
-  const glb_builder::TemporaryFolder folder;
+  const TemporaryFolder folder;
   folder.Write("model.glb", glb_builder::Glb().Add(glb_builder::Triangle().Color("1, 0.5, 0.25")));
   const fakes::Bytes message = Rig::Encode(it.command, it.arguments(folder.path()));
   bool a_result_existed = false;
@@ -389,7 +390,7 @@ TEST(RenderThreadAllocationDeathTest, AReadbackThatFindsNoMemoryEndsTheProgram) 
 TEST(FileReadFailureTest, AReadThatIsCutShortIsLikeAFileOfZerosBehindTheCut) {
   const glb_builder::Bytes file =
       glb_builder::Glb().Add(glb_builder::Triangle().Color("1, 0.5, 0.25")).Add(glb_builder::Triangle()).Build();
-  const glb_builder::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const EncodableValue arguments = Map({{"modelPath", folder.Write("model.glb", file)}});
   const fakes::Bytes load_model = Rig::Encode("loadModel", arguments);
   const fakes::Bytes load_zeros = Rig::Encode("loadModel", Map({{"modelPath", folder.PathOf("zeros.glb")}}));
@@ -398,7 +399,7 @@ TEST(FileReadFailureTest, AReadThatIsCutShortIsLikeAFileOfZerosBehindTheCut) {
   std::optional<Rig> captured;  // standard output, too
   Rig& rig = captured.emplace();
   rig.CreateViewer();
-  for (const auto kind : {model_test::ReadFault::kEnd, model_test::ReadFault::kError}) {
+  for (const auto kind : {ReadFault::kEnd, ReadFault::kError}) {
     for (size_t bytes = 0; bytes <= file.size(); ++bytes) {
       SCOPED_TRACE("after byte " + std::to_string(bytes));
       glb_builder::Bytes cut = file;
@@ -411,7 +412,7 @@ TEST(FileReadFailureTest, AReadThatIsCutShortIsLikeAFileOfZerosBehindTheCut) {
       bool happened = false;
       const char* thrown = nullptr;
       {
-        const model_test::ReadFault fault(bytes, kind);
+        const ReadFault fault(bytes, kind);
         thrown = rig.Deliver(load_model);
         happened = fault.happened();
       }

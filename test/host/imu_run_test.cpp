@@ -5,8 +5,8 @@
 
 #include <sstream>
 
-#include "host/host_error.h"
-#include "test/host/temp_folder.h"
+#include "test/host/failure.h"
+#include "test/support/files.h"
 
 namespace host {
 namespace {
@@ -24,13 +24,8 @@ std::vector<ImuSample> Parse(const std::string& text, Time time = Time::kRequire
   return samples;
 }
 
-std::string FailureOf(const std::string& text, Time time = Time::kRequired) {
-  try {
-    Parse(text, time);
-  } catch (const HostError& error) {
-    return error.what();
-  }
-  return "no failure";
+std::string FailureOfText(const std::string& text, Time time = Time::kRequired) {
+  return FailureOf([&] { Parse(text, time); });
 }
 
 void ExpectQuaternion(const Orientation& orientation, double x, double y, double z, double w) {
@@ -156,43 +151,38 @@ TEST(ImuLineParser, FailureNamesLineAndWhatWasExpectedAndFound) {
       {"a very long word", std::string(kHeader) + "0," + std::string(100, 'x') + ",0,0,1\n",
        "run.csv, line 2: expected a number for qx, found \"" + std::string(60, 'x') + "...\""},
   };
-  for (const auto& c : kCases) EXPECT_EQ(FailureOf(c.text), c.failure) << c.what;
+  for (const auto& c : kCases) EXPECT_EQ(FailureOfText(c.text), c.failure) << c.what;
 }
 
 TEST(ImuLineParser, FailureOfHeaderSaysWhereTimeIsOptional) {
-  EXPECT_EQ(FailureOf("a,b\n", Time::kOptional),
+  EXPECT_EQ(FailureOfText("a,b\n", Time::kOptional),
             "run.csv, line 1: expected a header naming either qx,qy,qz,qw or roll,pitch,yaw (and t, if any), found "
             "\"a,b\"");
 }
 
 TEST(ReadImuRun, FileIsReadWhole) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const auto samples = ReadImuRun(folder.Write("run.csv", "t,roll,pitch,yaw\r\n0,1,2,3\r\n0.5,4,5,6"));
   ASSERT_EQ(samples.size(), 2u);
   ExpectAngles(samples[1].orientation, 4, 5, 6);
 }
 
 std::string FailureOfFile(const std::string& path, size_t most_bytes = kLargestImuFile) {
-  try {
-    ReadImuRun(path, most_bytes);
-  } catch (const HostError& error) {
-    return error.what();
-  }
-  return "no failure";
+  return FailureOf([&] { ReadImuRun(path, most_bytes); });
 }
 
 TEST(ReadImuRun, FailureNamesTheFile) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const std::string bad = folder.Write("bad.csv", "t,roll,pitch,yaw\n0,1,2,x\n");
   EXPECT_EQ(FailureOfFile(bad), bad + ", line 2: expected a number for yaw, found \"x\"");
-  EXPECT_EQ(FailureOfFile(folder.File("none.csv")),
-            "cannot read the IMU file " + folder.File("none.csv") + ": No such file or directory");
+  EXPECT_EQ(FailureOfFile(folder.PathOf("none.csv")),
+            "cannot read the IMU file " + folder.PathOf("none.csv") + ": No such file or directory");
   EXPECT_EQ(FailureOfFile(folder.path()), "cannot read the IMU file " + folder.path() + ": it is a folder");
 }
 
 TEST(ReadImuRun, PipesAndDevicesAreNotOpened) {
-  const TempFolder folder;
-  const std::string pipe = folder.File("pipe");
+  const TemporaryFolder folder;
+  const std::string pipe = folder.PathOf("pipe");
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   EXPECT_EQ(FailureOfFile(pipe), "cannot read the IMU file " + pipe +
                                      ": it is a pipe; --imu - reads samples from standard input as they come");
@@ -202,7 +192,7 @@ TEST(ReadImuRun, PipesAndDevicesAreNotOpened) {
 }
 
 TEST(ReadImuRun, FileOfManyPiecesIsReadWhole) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   std::string text = "t,roll,pitch,yaw\n";
   for (int i = 0; i < 20000; ++i) text += std::to_string(i) + "," + std::to_string(i % 7) + ",0,0\n";
   ASSERT_GT(text.size(), 3u * 65536);
@@ -215,7 +205,7 @@ TEST(ReadImuRun, FileOfManyPiecesIsReadWhole) {
 }
 
 TEST(ReadImuRun, FileBeyondTheLargestIsRefused) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const std::string text = "t,roll,pitch,yaw\n0,1,2,3\n";
   const std::string path = folder.Write("run.csv", text);
   EXPECT_EQ(FailureOfFile(path, text.size()), "no failure");
@@ -225,7 +215,7 @@ TEST(ReadImuRun, FileBeyondTheLargestIsRefused) {
 }
 
 TEST(ReadImuRun, LineWithoutEndIsRefusedBeforeItIsRead) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const std::string path = folder.Write("run.csv", "");
   std::filesystem::resize_file(path, kLargestImuFile);  // zeros, which take no room on the disk
   EXPECT_EQ(FailureOfFile(path), path + ", line 1: expected a line of at most 65536 bytes, found a longer one");
@@ -235,7 +225,7 @@ TEST(ImuLineParser, LongestLineIsRead) {
   const std::string header = "t,roll,pitch,yaw,";
   const std::string longest(ImuLineParser::kLongestLine - header.size(), 'x');
   EXPECT_EQ(Parse(header + longest + "\n0,1,2,3,\n").size(), 1u);
-  EXPECT_EQ(FailureOf(header + longest + "x\n0,1,2,3,\n"),
+  EXPECT_EQ(FailureOfText(header + longest + "x\n0,1,2,3,\n"),
             "run.csv, line 1: expected a line of at most 65536 bytes, found a longer one");
 }
 

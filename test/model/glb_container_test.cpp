@@ -10,16 +10,16 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "test/log_capture.h"
 #include "test/model/loading.h"
 #include "test/model/open_hook.h"
-#include "test/model/read_fault.h"
+#include "test/support/files.h"
+#include "test/support/log_capture.h"
+#include "test/support/read_fault.h"
 
 using glb_builder::Bytes;
 using glb_builder::Floats;
 using glb_builder::Glb;
 using glb_builder::Mesh;
-using glb_builder::TemporaryFolder;
 using glb_builder::Triangle;
 using model_test::kTriangleLog;
 using model_test::Load;
@@ -27,8 +27,6 @@ using model_test::Loaded;
 using model_test::LoadPath;
 using model_test::OpenHook;
 using model_test::PreviousModel;
-using model_test::ReadFault;
-using model_test::StatFault;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 

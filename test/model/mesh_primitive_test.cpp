@@ -6,8 +6,9 @@
 
 #include <limits>
 
-#include "model/glb_loader.cpp"
-#include "test/model/glb_builder.h"
+#include "model/glb_container.h"
+#include "model/mesh_primitive.h"
+#include "test/support/glb_builder.h"
 
 using glb_builder::Accessor;
 using glb_builder::Bytes;
@@ -23,6 +24,7 @@ using glb_builder::Ushorts;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
+namespace glb {
 namespace {
 
 using Values = std::vector<float>;
@@ -752,3 +754,4 @@ TEST_F(MeshPrimitiveTest, EveryPrefixOfTheBinIsRefusedWithTheFirstThingThatIsOut
 }
 
 }  // namespace
+}  // namespace glb

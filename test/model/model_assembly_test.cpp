@@ -8,13 +8,13 @@
 #include <thread>
 
 #include "test/model/loading.h"
+#include "test/support/files.h"
 
 using glb_builder::Bytes;
 using glb_builder::Floats;
 using glb_builder::Glb;
 using glb_builder::kTrianglePositions;
 using glb_builder::Mesh;
-using glb_builder::TemporaryFolder;
 using glb_builder::Triangle;
 using glb_builder::Ubytes;
 using glb_builder::Ushorts;

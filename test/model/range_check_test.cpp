@@ -3,18 +3,17 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <malloc.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <cstdlib>
 #include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "test/model/loading.h"
+#include "test/support/files.h"
+#include "test/support/operator_new.h"
 
 using glb_builder::Accessor;
 using glb_builder::Bytes;
@@ -22,7 +21,6 @@ using glb_builder::Floats;
 using glb_builder::Glb;
 using glb_builder::kTrianglePositions;
 using glb_builder::Mesh;
-using glb_builder::TemporaryFolder;
 using glb_builder::Triangle;
 using glb_builder::Ubytes;
 using glb_builder::Uints;
@@ -33,48 +31,11 @@ using model_test::Loaded;
 using model_test::MeshLine;
 using ::testing::ElementsAre;
 
-// ---- Counting what is allocated ---------------------------------------------------------------------------
-
-namespace {
-
-std::atomic<size_t> allocated{0};
-std::atomic<size_t> peak{0};
-
-void* Allocate(size_t size) {
-  void* block = std::malloc(size == 0 ? 1 : size);
-  if (block == nullptr) return nullptr;
-  const size_t now = allocated += malloc_usable_size(block);
-  size_t before = peak;
-  while (before < now && !peak.compare_exchange_weak(before, now)) {
-  }
-  return block;
-}
-
-void Release(void* block) {
-  if (block != nullptr) allocated -= malloc_usable_size(block);
-  std::free(block);
-}
-
-}  // namespace
-
-void* operator new(size_t size) {
-  if (void* block = Allocate(size)) return block;
-  throw std::bad_alloc();
-}
-void* operator new[](size_t size) { return operator new(size); }
-void* operator new(size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void* operator new[](size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void operator delete(void* block) noexcept { Release(block); }
-void operator delete[](void* block) noexcept { Release(block); }
-void operator delete(void* block, size_t) noexcept { Release(block); }
-void operator delete[](void* block, size_t) noexcept { Release(block); }
-
 namespace {
 
 // How far the heap grew at most while the file was loaded.
 size_t PeakWhileLoading(const std::string& path) {
-  const size_t before = allocated;
-  peak = before;
+  const operator_new::Peak peak;
   GLBModel model;
   std::string log;
   try {
@@ -84,19 +45,11 @@ size_t PeakWhileLoading(const std::string& path) {
   } catch (const std::length_error&) {
     ADD_FAILURE() << "longer than any vector";
   }
-  return peak - before;
+  return peak.bytes();
 }
 
 // What a small file may take: the stream's buffer, the file, its text, a few arrays.
 constexpr size_t kLittle = 64 * 1024;
-
-TEST(CountingNewTest, APeakIsSeen) {
-  const size_t before = allocated;
-  peak = before;
-  { const std::vector<char> block(1000000); }
-  EXPECT_GE(peak - before, 1000000u);
-  EXPECT_EQ(allocated, before);
-}
 
 // ---- One bad mesh between two good ones -------------------------------------------------------------------
 

@@ -6,8 +6,10 @@
 #include <memory>
 #include <random>
 
-#include "model/glb_loader.cpp"
+#include "model/json_scanning.h"
+#include "model/text_search.h"
 
+namespace json_scanning {
 namespace {
 
 constexpr size_t kLongestText = 400;
@@ -174,3 +176,4 @@ TEST(TextSearchTest, AWordIsFoundWhereverItStands) {
 }
 
 }  // namespace
+}  // namespace json_scanning

@@ -3,7 +3,7 @@
 #include <variant>
 
 #include "test/plugin/sleep_recorder.h"
-#include "test/plugin/source_fixture.h"
+#include "test/support/source_fixture.h"
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;

@@ -3,8 +3,9 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "test/model/glb_builder.h"
-#include "test/plugin/source_fixture.h"
+#include "test/support/files.h"
+#include "test/support/glb_builder.h"
+#include "test/support/source_fixture.h"
 
 using glb_builder::Glb;
 using ::testing::ElementsAre;
@@ -55,7 +56,7 @@ class LoadModelTest : public PluginTest {
   }
 
   const std::filesystem::path folder_before_ = std::filesystem::current_path();
-  glb_builder::TemporaryFolder folder_;
+  TemporaryFolder folder_;
 };
 
 TEST_F(LoadModelTest, CandidatesOfAPathInTheBundleAreThePathAndThePathWithoutTheBundle) {

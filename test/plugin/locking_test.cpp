@@ -7,10 +7,11 @@
 #include <map>
 #include <set>
 
-#include "test/model/glb_builder.h"
-#include "test/plugin/fake_graphics_fixture.h"
 #include "test/plugin/hand_clock.h"
 #include "test/plugin/line_recorder.h"
+#include "test/support/fake_graphics_fixture.h"
+#include "test/support/files.h"
+#include "test/support/glb_builder.h"
 
 using namespace std::chrono_literals;
 using ::testing::Contains;
@@ -143,7 +144,7 @@ TEST_F(LockingTest, AFailedCreateTextureIsAnsweredUnderTheLockToo) {
 }
 
 TEST_F(LockingTest, OnlyLoadModelCreateTextureAndSetRotationAnswerUnderTheLock) {
-  glb_builder::TemporaryFolder folder;
+  TemporaryFolder folder;
   const std::string path = folder.Write("model.glb", glb_builder::Glb().Add(glb_builder::Triangle()));
   CreateViewer();
   const std::pair<const char*, EncodableValue> kCommands[] = {{"loadModel", Map({{"modelPath", path}})},
@@ -450,7 +451,7 @@ TEST_F(LineTest, CreateTextureWritesUnderTheLockFromTheRendererOn) {
 }
 
 TEST_F(LineTest, LoadModelWritesUnderTheLockFromTheFirstAttemptOn) {
-  const glb_builder::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const std::string path = folder.Write("model.glb", glb_builder::Glb().Add(glb_builder::Triangle()));
   CreateViewer();
   EXPECT_THAT(LinesWithLock([&] {

@@ -1,6 +1,6 @@
 // "startRendering" and "stopRendering".
 
-#include "test/plugin/source_fixture.h"
+#include "test/support/source_fixture.h"
 
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;

@@ -5,7 +5,7 @@
 
 #include <system_error>
 
-#include "test/plugin/source_fixture.h"
+#include "test/support/source_fixture.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 
 #include "renderer/egl_renderer.h"
 #include "test/fakes/graphics/fake_graphics.h"
-#include "test/log_capture.h"
+#include "test/support/log_capture.h"
 
 inline std::string Joined(const std::vector<std::string>& lines) {
   std::string text;

@@ -1,5 +1,9 @@
-#include "test/faults/operator_new.h"
+#include "test/support/operator_new.h"
 
+#include <malloc.h>
+
+#include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <new>
@@ -8,8 +12,15 @@
 
 namespace {
 
+// The sanitizers' malloc would end the program for a size that the C library's just refuses.
+constexpr size_t kNoLimit = PTRDIFF_MAX;
+
+std::atomic<size_t> g_limit{kNoLimit};
+
 thread_local long t_count = 0;
 thread_local long t_balance = 0;
+thread_local long t_bytes = 0;
+thread_local long t_peak = 0;         // of t_bytes
 thread_local int t_before_fault = 0;  // how many allocations it is to the one that fails; 0: none does
 thread_local operator_new::Fault::Extent t_extent = operator_new::Fault::kOnce;
 thread_local bool t_happened = false;
@@ -29,15 +40,19 @@ bool FailsNow() {
 }
 
 void* Allocate(size_t size) noexcept {
-  // The sanitizers' malloc would end the program for a size that the C library's just refuses.
-  if (FailsNow() || size > PTRDIFF_MAX) return nullptr;
+  if (FailsNow() || size > g_limit.load(std::memory_order_relaxed)) return nullptr;
   void* const block = std::malloc(size == 0 ? 1 : size);
-  if (block != nullptr) ++t_balance;
+  if (block == nullptr) return nullptr;
+  ++t_balance;
+  t_bytes += static_cast<long>(malloc_usable_size(block));
+  t_peak = std::max(t_peak, t_bytes);
   return block;
 }
 
 void Release(void* block) noexcept {
-  if (block != nullptr) --t_balance;
+  if (block == nullptr) return;
+  --t_balance;
+  t_bytes -= static_cast<long>(malloc_usable_size(block));
   operator_new::Watch::Note(block);
   std::free(block);
 }
@@ -62,6 +77,12 @@ Fault::Fault(int nth, Extent extent) {
 }
 Fault::~Fault() { t_before_fault = 0; }
 bool Fault::happened() const { return t_happened; }
+
+Limit::Limit(size_t bytes) { g_limit = bytes; }
+Limit::~Limit() { g_limit = kNoLimit; }
+
+Peak::Peak() : before_(t_bytes) { t_peak = t_bytes; }
+size_t Peak::bytes() const { return static_cast<size_t>(t_peak - before_); }
 
 Watch::Watch(const void* block) : block_(block), next_(t_watches) { t_watches = this; }
 Watch::~Watch() { t_watches = next_; }

@@ -123,7 +123,7 @@ TEST_F(FakeLibrariesTest, AreWhatThisProgramUses) {
 }
 
 TEST_F(FakeLibrariesTest, AreWhatTheBuiltPluginUses) {
-  void* plugin = dlopen(ORBISK_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
+  void* plugin = dlopen(ORBISK_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL);
   ASSERT_NE(plugin, nullptr) << dlerror();
   // Found as the plug-in finds them: in what it has brought with it.
   EXPECT_THAT(FileOf(dlsym(plugin, "eglInitialize")), EndsWith("graphics/libEGL.so.1"));

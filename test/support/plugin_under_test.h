@@ -1,5 +1,5 @@
-#ifndef TEST_PLUGIN_PLUGIN_UNDER_TEST_H_
-#define TEST_PLUGIN_PLUGIN_UNDER_TEST_H_
+#ifndef TEST_SUPPORT_PLUGIN_UNDER_TEST_H_
+#define TEST_SUPPORT_PLUGIN_UNDER_TEST_H_
 
 #include <array>
 #include <chrono>
@@ -23,4 +23,4 @@ const FlutterDesktopPixelBuffer* CopyPixelBuffer(OrbiskState* state);
 
 }  // namespace plugin_under_test
 
-#endif  // TEST_PLUGIN_PLUGIN_UNDER_TEST_H_
+#endif  // TEST_SUPPORT_PLUGIN_UNDER_TEST_H_

@@ -1,5 +1,5 @@
-#ifndef TEST_LOG_CAPTURE_H_
-#define TEST_LOG_CAPTURE_H_
+#ifndef TEST_SUPPORT_LOG_CAPTURE_H_
+#define TEST_SUPPORT_LOG_CAPTURE_H_
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -73,4 +73,4 @@ class LogCapture {
   size_t taken_ = 0;
 };
 
-#endif  // TEST_LOG_CAPTURE_H_
+#endif  // TEST_SUPPORT_LOG_CAPTURE_H_

@@ -1,5 +1,5 @@
-#ifndef TEST_RENDERER_GRAPHICS_DRIVER_H_
-#define TEST_RENDERER_GRAPHICS_DRIVER_H_
+#ifndef TEST_SUPPORT_GRAPHICS_DRIVER_H_
+#define TEST_SUPPORT_GRAPHICS_DRIVER_H_
 
 #include <dlfcn.h>
 #include <link.h>
@@ -41,4 +41,4 @@ inline bool LoadGraphicsDriver() {
   return true;
 }
 
-#endif  // TEST_RENDERER_GRAPHICS_DRIVER_H_
+#endif  // TEST_SUPPORT_GRAPHICS_DRIVER_H_

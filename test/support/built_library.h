@@ -1,5 +1,5 @@
-#ifndef TEST_PLUGIN_BUILT_LIBRARY_H_
-#define TEST_PLUGIN_BUILT_LIBRARY_H_
+#ifndef TEST_SUPPORT_BUILT_LIBRARY_H_
+#define TEST_SUPPORT_BUILT_LIBRARY_H_
 
 #include <dlfcn.h>
 
@@ -29,4 +29,4 @@ inline decltype(&OrbiskPluginRegisterWithRegistrar) LoadedRegistration() {
   return RegistrationIn(library);
 }
 
-#endif  // TEST_PLUGIN_BUILT_LIBRARY_H_
+#endif  // TEST_SUPPORT_BUILT_LIBRARY_H_

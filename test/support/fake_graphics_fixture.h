@@ -1,8 +1,8 @@
-#ifndef TEST_PLUGIN_FAKE_GRAPHICS_FIXTURE_H_
-#define TEST_PLUGIN_FAKE_GRAPHICS_FIXTURE_H_
+#ifndef TEST_SUPPORT_FAKE_GRAPHICS_FIXTURE_H_
+#define TEST_SUPPORT_FAKE_GRAPHICS_FIXTURE_H_
 
 #include "fake_graphics.h"
-#include "test/plugin/source_fixture.h"
+#include "test/support/source_fixture.h"
 
 struct FreshGraphics {
   FreshGraphics() { fake_graphics::Reset(); }
@@ -19,4 +19,4 @@ class FakeGraphicsPluginTest : private FreshGraphics, public PluginTest {
   }
 };
 
-#endif  // TEST_PLUGIN_FAKE_GRAPHICS_FIXTURE_H_
+#endif  // TEST_SUPPORT_FAKE_GRAPHICS_FIXTURE_H_

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "test/renderer/graphics_driver.h"
+#include "test/support/graphics_driver.h"
 
 namespace {
 

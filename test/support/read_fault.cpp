@@ -1,4 +1,4 @@
-#include "test/model/read_fault.h"
+#include "test/support/read_fault.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -21,16 +21,12 @@ bool stat_fails = false;
 
 }  // namespace
 
-namespace model_test {
-
 ReadFault::ReadFault(size_t bytes, Kind kind) { fault = {true, bytes, kind == kError, false}; }
 ReadFault::~ReadFault() { fault = Fault(); }
 bool ReadFault::happened() const { return fault.happened; }
 
 StatFault::StatFault() { stat_fails = true; }
 StatFault::~StatFault() { stat_fails = false; }
-
-}  // namespace model_test
 
 // In the program, so that the loader and the standard library find them before the C library's own.
 extern "C" __attribute__((visibility("default"))) ssize_t read(int file, void* buffer, size_t size) {

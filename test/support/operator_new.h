@@ -1,5 +1,7 @@
-#ifndef TEST_FAULTS_OPERATOR_NEW_H_
-#define TEST_FAULTS_OPERATOR_NEW_H_
+#ifndef TEST_SUPPORT_OPERATOR_NEW_H_
+#define TEST_SUPPORT_OPERATOR_NEW_H_
+
+#include <cstddef>
 
 /// The test program's own operator new, on top of malloc: it throws std::bad_alloc for a size that no machine has,
 /// where AddressSanitizer's would end the program; and it can be told to.
@@ -28,6 +30,27 @@ class Fault {
   bool happened() const;
 };
 
+/// While it lives, every `new` of more than `bytes` fails, on any thread: for sizes that an input may claim, refused
+/// before they cost time.
+class Limit {
+ public:
+  explicit Limit(size_t bytes);
+  ~Limit();
+  Limit(const Limit&) = delete;
+  Limit& operator=(const Limit&) = delete;
+};
+
+/// Knows how many bytes the thread that made it has had allocated at a time since then, on top of what there was
+/// before. One at a time.
+class Peak {
+ public:
+  Peak();
+  size_t bytes() const;
+
+ private:
+  const long before_;
+};
+
 /// While one lives, knows whether the thread that made it has released a block.
 class Watch {
  public:
@@ -49,4 +72,4 @@ class Watch {
 
 }  // namespace operator_new
 
-#endif  // TEST_FAULTS_OPERATOR_NEW_H_
+#endif  // TEST_SUPPORT_OPERATOR_NEW_H_

@@ -1,4 +1,4 @@
-#include "test/plugin/plugin_under_test.h"
+#include "test/support/plugin_under_test.h"
 
 #include "plugin/model_path.h"
 #include "plugin/pixel_texture.h"

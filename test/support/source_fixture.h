@@ -1,5 +1,5 @@
-#ifndef TEST_PLUGIN_SOURCE_FIXTURE_H_
-#define TEST_PLUGIN_SOURCE_FIXTURE_H_
+#ifndef TEST_SUPPORT_SOURCE_FIXTURE_H_
+#define TEST_SUPPORT_SOURCE_FIXTURE_H_
 
 #include <array>
 #include <mutex>
@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "test/plugin/plugin_fixture.h"
-#include "test/plugin/plugin_under_test.h"
+#include "test/support/plugin_fixture.h"
+#include "test/support/plugin_under_test.h"
 
 /// An axis-aligned box, its faces counter-clockwise from outside, with flat normals.
 inline MeshData Box(const std::array<float, 3>& center, float half, const std::array<float, 4>& color) {
@@ -71,4 +71,4 @@ class PluginTest : public CommandTest {
   }
 };
 
-#endif  // TEST_PLUGIN_SOURCE_FIXTURE_H_
+#endif  // TEST_SUPPORT_SOURCE_FIXTURE_H_

@@ -1,9 +1,7 @@
-#ifndef TEST_MODEL_READ_FAULT_H_
-#define TEST_MODEL_READ_FAULT_H_
+#ifndef TEST_SUPPORT_READ_FAULT_H_
+#define TEST_SUPPORT_READ_FAULT_H_
 
 #include <cstddef>
-
-namespace model_test {
 
 /// While it lives, the C library's read() hands out `bytes` bytes, then the end of the file or an error.
 ///
@@ -29,6 +27,4 @@ class StatFault {
   StatFault& operator=(const StatFault&) = delete;
 };
 
-}  // namespace model_test
-
-#endif  // TEST_MODEL_READ_FAULT_H_
+#endif  // TEST_SUPPORT_READ_FAULT_H_

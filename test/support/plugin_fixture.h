@@ -1,12 +1,11 @@
-#ifndef TEST_PLUGIN_PLUGIN_FIXTURE_H_
-#define TEST_PLUGIN_PLUGIN_FIXTURE_H_
+#ifndef TEST_SUPPORT_PLUGIN_FIXTURE_H_
+#define TEST_SUPPORT_PLUGIN_FIXTURE_H_
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,42 +14,12 @@
 #include "flutter/standard_method_codec.h"
 #include "orbisk/orbisk_plugin.h"
 #include "test/fakes/fake_embedder.h"
-#include "test/log_capture.h"
+#include "test/support/answer_text.h"
+#include "test/support/log_capture.h"
 
 using flutter::EncodableList;
 using flutter::EncodableMap;
 using flutter::EncodableValue;
-
-/// What a command was answered, as text: "success true", "success 7", "error CODE: message", "not implemented",
-/// "no answer".
-class AnswerText : public flutter::MethodResult<EncodableValue> {
- public:
-  static std::string Of(const fakes::Reply& reply) {
-    if (!reply.answered()) return "no answer";
-    const std::optional<fakes::Bytes> bytes = reply.bytes();
-    if (!bytes) return "not implemented";
-    AnswerText answer;
-    flutter::StandardMethodCodec::GetInstance().DecodeAndProcessResponseEnvelope(bytes->data(), bytes->size(), &answer);
-    return answer.text_;
-  }
-
- private:
-  void SuccessInternal(const EncodableValue* value) override {
-    if (value != nullptr && *value == EncodableValue(true)) {
-      text_ = "success true";
-    } else if (value != nullptr && std::holds_alternative<int64_t>(*value)) {
-      text_ = "success " + std::to_string(std::get<int64_t>(*value));
-    } else {
-      text_ = "success with something else";
-    }
-  }
-  void ErrorInternal(const std::string& code, const std::string& message, const EncodableValue* details) override {
-    text_ = "error " + code + ": " + message + (details == nullptr ? "" : " and details");
-  }
-  void NotImplementedInternal() override { text_ = "not implemented, in an envelope"; }
-
-  std::string text_;
-};
 
 inline EncodableValue Map(EncodableMap map) { return EncodableValue(std::move(map)); }
 inline EncodableValue Size(int32_t width, int32_t height) { return Map({{"width", width}, {"height", height}}); }
@@ -116,4 +85,4 @@ class CommandTest : public ::testing::Test {
   fakes::FakeEmbedder embedder_{7};
 };
 
-#endif  // TEST_PLUGIN_PLUGIN_FIXTURE_H_
+#endif  // TEST_SUPPORT_PLUGIN_FIXTURE_H_

@@ -1,24 +1,18 @@
-#ifndef TEST_MODEL_GLB_BUILDER_H_
-#define TEST_MODEL_GLB_BUILDER_H_
-
-#include <stdlib.h>
+#ifndef TEST_SUPPORT_GLB_BUILDER_H_
+#define TEST_SUPPORT_GLB_BUILDER_H_
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <optional>
-#include <stdexcept>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
 // Builds .glb files for tests: good ones in a line, broken ones in one word more.
 //
-//   Glb().Add(Triangle().Color("1, 0, 0")).Write(path);
+//   folder.Write("model.glb", Glb().Add(Triangle().Color("1, 0, 0")));
 //   Glb().Add(Mesh(Floats({0,0,0, 1,0,0, 0,1,0})).Indices(Ushorts({0, 1, 2})).Field("name", "\"lid\""));
 //   Glb().Add(Mesh(Floats({...}).Stride(24).Field("count", "4"))).Build();   // claims a vertex too many
 //   Glb().Add(Triangle()).JsonLength(0xFFFFFFFF).Build();                    // claims a chunk too long
@@ -271,13 +265,8 @@ class Glb {
     return file;
   }
 
-  void Write(const std::filesystem::path& path) const { WriteFile(path, Build()); }
-
-  static void WriteFile(const std::filesystem::path& path, const Bytes& bytes) {
-    std::ofstream file(path, std::ios::binary);
-    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    if (!file.flush()) throw std::runtime_error("cannot write " + path.string());
-  }
+  // As the bytes of a file, wherever those are wanted.
+  operator Bytes() const { return Build(); }
 
  private:
   struct Content {
@@ -344,39 +333,6 @@ class Glb {
   Bytes trailing_;
 };
 
-/// A folder of its own for a test's files; goes away with everything in it.
-class TemporaryFolder {
- public:
-  TemporaryFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "orbisk_test_XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot make " + pattern);
-    path_ = pattern;
-  }
-  ~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-  std::string path() const { return path_.string(); }
-
-  /// The path that a file of this name has, or would have.
-  std::string PathOf(const std::string& name) const { return (path_ / name).string(); }
-
-  /// Writes a file, the folders in its name included. Returns its path.
-  std::string Write(const std::string& name, const Bytes& bytes) const {
-    const std::filesystem::path path = path_ / name;
-    std::filesystem::create_directories(path.parent_path());
-    Glb::WriteFile(path, bytes);
-    return path.string();
-  }
-  std::string Write(const std::string& name, const Glb& glb) const { return Write(name, glb.Build()); }
-
- private:
-  std::filesystem::path path_;
-};
-
 }  // namespace glb_builder
 
-#endif  // TEST_MODEL_GLB_BUILDER_H_
+#endif  // TEST_SUPPORT_GLB_BUILDER_H_
