@@ -5,7 +5,7 @@ class ViewerQueue {
   /// The queue of this isolate.
   static ViewerQueue shared = ViewerQueue();
 
-  Future<void> _last = Future<void>.value();
+  Future<void>? _last; // the end of the last call that has not ended
 
   Object? _owner;
   void Function()? _onLost;
@@ -27,10 +27,20 @@ class ViewerQueue {
     _onLost = null;
   }
 
-  /// Runs [call] when all that came before have ended. Returns what it returns.
-  Future<T> run<T>(Future<T> Function() call) {
-    final Future<T> result = _last.then((_) => call());
-    _last = result.then<void>((_) {}, onError: (Object _) {});
-    return result;
+  /// Runs [call] when all that came before have ended, and never at once: who calls in the middle of a build hears of
+  /// what comes of it when the build is done. Returns what it returns.
+  Future<T> run<T>(Future<T> Function() call) async {
+    final Future<void>? before = _last;
+    final Completer<void> end = Completer<void>();
+    _last = end.future;
+    await before;
+    try {
+      return await call();
+    } finally {
+      if (identical(_last, end.future)) {
+        _last = null;
+      }
+      end.complete();
+    }
   }
 }
