@@ -104,7 +104,7 @@ TEST(BuiltLibraryTest, AsksForNoSymbolThatOldBoardsLack) {
   ASSERT_EQ(highest.count("GLIBC"), 1u);
   EXPECT_LE(highest.at("GLIBC"), (Version{2, 17}));
   EXPECT_EQ(highest.at("GLIBCXX"), (Version{3, 4, 22}));
-  EXPECT_EQ(highest.at("CXXABI"), (Version{1, 3, 9}));
+  EXPECT_LE(highest.at("CXXABI"), (Version{1, 3, 9}));  // built with clang it asks for less
 }
 
 class LoadedLibraryTest : public CommandTest {
