@@ -224,7 +224,7 @@ void main() {
       expect(sent['yaw'], closeTo(30, 1e-9));
     });
 
-    test('numbers that are none are refused', () {
+    test('numbers that are not finite are refused', () {
       const double none = double.nan;
       expect(() => controller.setOrientation(const Quaternion(none, 0, 0, 1)), throwsArgumentError);
       expect(() => controller.setRotation(const EulerAngles(yaw: none)), throwsArgumentError);

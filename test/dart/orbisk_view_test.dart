@@ -211,7 +211,7 @@ void main() {
       expect(imu.hasListener, isFalse);
     });
 
-    testWidgets('leaves out what is no number, and goes on after an error', (WidgetTester tester) async {
+    testWidgets('leaves out what is not finite, and goes on after an error', (WidgetTester tester) async {
       final StreamController<Quaternion> imu = StreamController<Quaternion>();
       await show(tester, Orbisk(model: 'a.glb', orientation: imu.stream));
       await tester.pump(const Duration(milliseconds: 50));

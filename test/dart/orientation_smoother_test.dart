@@ -79,7 +79,7 @@ void main() {
     expect(smoother.isStaleAt(ms(1211)), isFalse);
   });
 
-  test('numbers that are none, and times that make no sense, are refused', () {
+  test('numbers that are not finite, and times that make no sense, are refused', () {
     expect(
       () => OrientationSmoother().add(
         OrientationSample(time: ms(0), orientation: const Quaternion(double.nan, 0, 0, 1)),

@@ -142,7 +142,7 @@ void main() {
     expect(long.angleTo(Quaternion.identity), closeTo(math.pi / 2, 1e-12));
   });
 
-  test('numbers that are none are seen', () {
+  test('numbers that are not finite are seen', () {
     expect(const Quaternion(0, double.nan, 0, 1).isFinite, isFalse);
     expect(const Quaternion(0, 0, double.infinity, 1).isFinite, isFalse);
     expect(const EulerAngles(pitch: double.negativeInfinity).isFinite, isFalse);
