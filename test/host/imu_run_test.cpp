@@ -1,3 +1,5 @@
+// The lines of an IMU run, from a file or a sensor: what is read and what is refused.
+
 #include "host/imu_run.h"
 
 #include <gtest/gtest.h>
