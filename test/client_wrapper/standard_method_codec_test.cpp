@@ -1,3 +1,5 @@
+// Method calls and their envelopes as message bytes.
+
 #include "flutter/standard_method_codec.h"
 
 #include <gmock/gmock.h>

@@ -1,14 +1,15 @@
-// From the JSON text and the BIN data to one mesh: finding the primitive and its accessors, copying
-// positions, indices and normals, computing normals. What lies outside BIN is range_check_test's.
+// From the JSON text and the BIN data to one mesh: finding the primitive and its accessors, copying positions and
+// indices. Normals are normals_test's, what lies outside BIN is range_check_test's.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <limits>
+#include <stdexcept>
 
 #include "model/glb_container.h"
-#include "model/mesh_primitive.h"
-#include "test/support/glb_builder.h"
+#include "test/model/mesh_primitive_fixture.h"
 
 using glb_builder::Accessor;
 using glb_builder::Bytes;
@@ -27,58 +28,9 @@ using ::testing::IsEmpty;
 namespace glb {
 namespace {
 
-using Values = std::vector<float>;
 using IndexList = std::vector<uint32_t>;
 
 const char kUnsupportedIndexType[] = "warn: unsupported index type\n";
-
-// `count` times the same three values.
-Values Repeat(size_t count, const Values& vector) {
-  Values values;
-  for (size_t i = 0; i < count; ++i) values.insert(values.end(), vector.begin(), vector.end());
-  return values;
-}
-
-// `count` vertices, no two alike and no three on a line.
-Values Curve(size_t count) {
-  Values values;
-  for (size_t i = 0; i < count; ++i) {
-    const auto t = static_cast<float>(i);
-    values.insert(values.end(), {t + 1, t * t, t * t * t});
-  }
-  return values;
-}
-
-class MeshPrimitiveTest : public ::testing::Test {
- protected:
-  // BIN is in a block of exactly its size.
-  bool Decode(const Glb& glb, int mesh_index = 0) {
-    const Bytes data = glb.BinData();
-    log_.clear();
-    return load_mesh_primitive(glb.JsonText(), BinChunk{data.data(), data.size()}, mesh_index, mesh_, &log_);
-  }
-  bool Decode(const Mesh& mesh) { return Decode(Glb().Add(mesh)); }
-
-  void ExpectDecoded(const Mesh& mesh) {
-    EXPECT_TRUE(Decode(mesh));
-    EXPECT_EQ(log_, "");
-  }
-
-  void ExpectFailure(const Glb& glb, const std::string& message, int mesh_index = 0) {
-    EXPECT_FALSE(Decode(glb, mesh_index));
-    EXPECT_EQ(log_, message);
-  }
-  void ExpectFailure(const Mesh& mesh, const std::string& message) { ExpectFailure(Glb().Add(mesh), message); }
-
-  template <typename Exception>
-  void ExpectThrow(const Mesh& mesh, const char* what) {
-    EXPECT_THAT([&] { Decode(mesh); }, ::testing::ThrowsMessage<Exception>(::testing::StrEq(what)));
-  }
-  void ExpectBadInteger(const Mesh& mesh) { ExpectThrow<std::invalid_argument>(mesh, "stoi"); }
-
-  MeshData mesh_;
-  std::string log_;
-};
 
 // ---- Finding the primitive --------------------------------------------------------------------------------
 
@@ -542,168 +494,6 @@ TEST_F(MeshPrimitiveTest, IndicesOfAnyNumberAreKeptWhole) {
   EXPECT_THAT(mesh_.indices, ElementsAre(2, 1, 0, 1));
   ExpectDecoded(Triangle().Indices(Ushorts({2})));
   EXPECT_THAT(mesh_.indices, ElementsAre(2));
-}
-
-// ---- Normals of the file ----------------------------------------------------------------------------------
-
-TEST_F(MeshPrimitiveTest, NormalsOfTheFileAreTakenAsTheyAre) {
-  const Values kNormals = {2, 0, 0, 0, 0, 0, -1, 0.5f, 3};
-  ExpectDecoded(Triangle().Normals(Floats(kNormals)));
-  EXPECT_EQ(mesh_.normals, kNormals);
-  EXPECT_THAT(mesh_.indices, ElementsAre(0, 1, 2));
-}
-
-TEST_F(MeshPrimitiveTest, NormalsOfAnotherFormAreComputedInstead) {
-  const struct {
-    const char* field;
-    const char* value;
-  } kRows[] = {{"componentType", "5120"},
-               {"componentType", "5122"},
-               {"componentType", "5125"},
-               {"type", "\"VEC2\""},
-               {"type", "\"VEC4\""},
-               {"type", "\"vec3\""},
-               {"count", "0"},
-               {"count", "2"},
-               {"count", "4"},
-               {"count", "-3"}};
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(std::string(row.field) + " " + row.value);
-    ExpectDecoded(Triangle().Normals(Floats(Repeat(4, {5, 5, 5})).Field("count", "3").Field(row.field, row.value)));
-    EXPECT_EQ(mesh_.normals, Repeat(3, {0, 0, 1}));
-  }
-  for (const char* field : {"componentType", "type", "count"}) {
-    SCOPED_TRACE(field);
-    ExpectDecoded(Triangle().Normals(Floats(Repeat(3, {5, 5, 5})).Without(field)));
-    EXPECT_EQ(mesh_.normals, Repeat(3, {0, 0, 1}));
-  }
-}
-
-TEST_F(MeshPrimitiveTest, NormalsOfAnotherCountBesideNoIndicesLeadToIndicesInOrder) {
-  ExpectDecoded(Mesh(Floats(kTrianglePositions)).Normals(Floats({5, 5, 5})));
-  EXPECT_THAT(mesh_.indices, ElementsAre(0, 1, 2));
-  EXPECT_EQ(mesh_.normals, Repeat(3, {0, 0, 1}));
-}
-
-// ---- Computed normals -------------------------------------------------------------------------------------
-
-void ExpectNear(const Values& values, const Values& expected) {
-  ASSERT_EQ(values.size(), expected.size());
-  for (size_t i = 0; i < values.size(); ++i) EXPECT_NEAR(values[i], expected[i], 1e-6) << "component " << i;
-}
-
-TEST_F(MeshPrimitiveTest, ComputedNormalsPointOutOfTheCounterclockwiseSide) {
-  const Values kAxes = {0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1};
-  const struct {
-    std::vector<uint16_t> indices;
-    Values normal;
-  } kRows[] = {{{0, 1, 2}, {0, 0, 1}},  {{0, 2, 1}, {0, 0, -1}},
-               {{1, 2, 0}, {0, 0, 1}},  {{0, 2, 3}, {1, 0, 0}},
-               {{0, 3, 2}, {-1, 0, 0}}, {{0, 3, 1}, {0, 1, 0}},
-               {{0, 1, 3}, {0, -1, 0}}, {{1, 2, 3}, Repeat(1, {0.57735027f, 0.57735027f, 0.57735027f})}};
-  for (const auto& row : kRows) {
-    ExpectDecoded(Mesh(Floats(kAxes)).Indices(Ushorts(row.indices)));
-    Values expected = Repeat(4, {0, 1, 0});
-    for (const uint16_t index : row.indices) {
-      std::copy(row.normal.begin(), row.normal.end(), expected.begin() + 3 * index);
-    }
-    ExpectNear(mesh_.normals, expected);
-  }
-}
-
-TEST_F(MeshPrimitiveTest, ComputedNormalsAreTheCrossProductOfTheEdges) {
-  // Edges (1, 2, 3) and (4, -5, 6): (27, 6, -13).
-  ExpectDecoded(Mesh(Floats({10, 20, 30, 11, 22, 33, 14, 15, 36})));
-  const float length = std::sqrt(934.0f);
-  ExpectNear(mesh_.normals, Repeat(3, {27 / length, 6 / length, -13 / length}));
-}
-
-TEST_F(MeshPrimitiveTest, FacesCountInProportionToTheirArea) {
-  // Two faces on the edge 0-1: one of area 1 upright on z, one of area 1/2 upright on y.
-  ExpectDecoded(Mesh(Floats({0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 1})).Indices(Uints({0, 1, 2, 0, 3, 1})));
-  const float one = 1 / std::sqrt(5.0f), two = 2 / std::sqrt(5.0f);
-  ExpectNear(mesh_.normals, {0, one, two, 0, one, two, 0, 0, 1, 0, 1, 0});
-}
-
-TEST_F(MeshPrimitiveTest, ComputedNormalsAreTheSameToTheLastBitEverywhere) {
-  ExpectDecoded(Mesh(Floats({0.1f, 0.7f, 0.3f, 1.3f, 0.2f, 0.9f, 0.4f, 1.1f, 5.3f, -0.6f, 2.3f, 0.7f}))
-                    .Indices(Ushorts({0, 1, 2, 0, 2, 3, 1, 3, 2})));
-  // Worked out apart from this code, each operation rounded to single precision one by one.
-  EXPECT_EQ(mesh_.normals,
-            (Values{-0.742603183f, -0.662587345f, 0.0975631773f, 0.920378268f, 0.3747648f, 0.111602724f, -0.539651692f,
-                    -0.418695122f, 0.730390608f, 0.300822049f, 0.936736763f, 0.178969994f}));
-}
-
-TEST_F(MeshPrimitiveTest, OppositeFacesCancelOut) {
-  ExpectDecoded(Triangle().Indices(Ushorts({0, 1, 2, 0, 2, 1})));
-  EXPECT_EQ(mesh_.normals, Repeat(3, {0, 1, 0}));
-}
-
-TEST_F(MeshPrimitiveTest, AVertexWithoutAFaceOfAnyAreaGetsTheNormalUp) {
-  // Vertices 3 to 5 lie on one spot, 6 belongs to no face, 0 belongs to a face and to a degenerate one.
-  const Values kPositions = {0, 0, 0, 1, 0, 0, 0, 1, 0, 2, 2, 2, 2, 2, 2, 2, 2, 2, 9, 9, 9};
-  ExpectDecoded(Mesh(Floats(kPositions)).Indices(Ushorts({0, 1, 2, 3, 4, 5, 0, 0, 3})));
-  ExpectNear(mesh_.normals, {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1, 0});
-}
-
-TEST_F(MeshPrimitiveTest, IndicesLeftOverBehindTheLastTripleAreIgnored) {
-  ExpectDecoded(Mesh(Floats(Curve(6))).Indices(Ushorts({0, 1, 2})));
-  const Values expected = mesh_.normals;
-  EXPECT_EQ(Values(expected.begin() + 9, expected.end()), Repeat(3, {0, 1, 0}));
-  ExpectDecoded(Mesh(Floats(Curve(6))).Indices(Ushorts({0, 1, 2, 3})));
-  EXPECT_EQ(mesh_.normals, expected);
-  ExpectDecoded(Mesh(Floats(Curve(6))).Indices(Ushorts({0, 1, 2, 3, 4})));
-  EXPECT_EQ(mesh_.normals, expected);
-  ExpectDecoded(Mesh(Floats(Curve(6))).Indices(Ushorts({0, 1, 2, 3, 4, 5})));
-  EXPECT_NE(mesh_.normals, expected);
-}
-
-TEST_F(MeshPrimitiveTest, OneOrTwoIndicesMakeNoFace) {
-  ExpectDecoded(Triangle().Indices(Ushorts({0, 1})));
-  EXPECT_EQ(mesh_.normals, Repeat(3, {0, 1, 0}));
-}
-
-TEST_F(MeshPrimitiveTest, ALengthOfUpToOneTrillionthIsNoLength) {
-  const float limit = 1e-12f;
-  const struct {
-    float length;
-    Values normal;
-  } kRows[] = {{limit, {0, 1, 0}},
-               {std::nextafter(limit, 1.0f), {0, 0, 1}},
-               {std::nextafter(limit, 0.0f), {0, 1, 0}},
-               {-limit, {0, 1, 0}},
-               {std::nextafter(-limit, -1.0f), {0, 0, -1}}};
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.length);
-    ExpectDecoded(Mesh(Floats({0, 0, 0, row.length, 0, 0, 0, 1, 0})));
-    EXPECT_EQ(mesh_.normals, Repeat(3, row.normal));
-  }
-}
-
-TEST_F(MeshPrimitiveTest, TheLimitIsTheSinglePrecisionValue) {
-  const float limit = 1e-12f;
-  uint32_t bits;
-  std::memcpy(&bits, &limit, sizeof bits);
-  EXPECT_EQ(bits, 0x2B8CBCCCu);
-}
-
-TEST_F(MeshPrimitiveTest, LengthsAreComputedInSinglePrecision) {
-  // The square of each length is too large for a float: the length is infinite, the quotient 0.
-  for (const Values& positions : {Values{0, 0, 0, 0, 1e20f, 0, 0, 0, 1}, Values{0, 0, 0, 0, 0, 1e20f, 1, 0, 0},
-                                  Values{0, 0, 0, 1e20f, 0, 0, 0, 1, 0}}) {
-    ExpectDecoded(Mesh(Floats(positions)));
-    EXPECT_EQ(mesh_.normals, Repeat(3, {0, 0, 0}));
-  }
-}
-
-TEST_F(MeshPrimitiveTest, ALengthThatIsNotANumberIsNoLength) {
-  ExpectDecoded(Mesh(Floats({0, 0, 0, std::nanf(""), 0, 0, 0, 1, 0})));
-  EXPECT_EQ(mesh_.normals, Repeat(3, {0, 1, 0}));
-}
-
-TEST_F(MeshPrimitiveTest, PositionsAreUntouchedByTheNormals) {
-  ExpectDecoded(Mesh(Floats(Curve(6))));
-  EXPECT_EQ(mesh_.positions, Curve(6));
 }
 
 // ---- Ranges -----------------------------------------------------------------------------------------------

@@ -8,9 +8,9 @@
 #include <thread>
 
 #include "test/model/loading.h"
+#include "test/model/throws_as.h"
 #include "test/support/files.h"
 
-using glb_builder::Bytes;
 using glb_builder::Floats;
 using glb_builder::Glb;
 using glb_builder::kTrianglePositions;
@@ -26,8 +26,6 @@ using model_test::MeshLine;
 using model_test::PreviousModel;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::StrEq;
-using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -392,7 +390,7 @@ class NumberErrorTest : public ::testing::Test {
     GLBModel model = PreviousModel();
     std::string log = "before\n";
     for (std::string* used_log : {&log, static_cast<std::string*>(nullptr)}) {
-      EXPECT_THAT([&] { return load_glb_model(path, model, used_log); }, ThrowsMessage<Exception>(StrEq(what)));
+      EXPECT_THAT([&] { return load_glb_model(path, model, used_log); }, ThrowsAs<Exception>(what));
       ASSERT_EQ(model.meshes.size(), 1u);
       EXPECT_THAT(model.meshes[0].positions, ElementsAre(1, 2, 3));
     }
@@ -429,7 +427,7 @@ TEST_F(NumberErrorTest, AColourTooLargeBehindTheFourthLeavesAsOutOfRange) {
 TEST_F(NumberErrorTest, LoadGlbMeshLetsItThroughAndLeavesTheMeshUntouched) {
   const std::string path = folder_.Write("model.glb", Glb().Add(Triangle()).Add(Triangle().Color("1, 0, .")));
   MeshData mesh = PreviousModel().meshes[0];
-  EXPECT_THAT([&] { return load_glb_mesh(path, mesh, nullptr); }, ThrowsMessage<std::invalid_argument>(StrEq("stof")));
+  EXPECT_THAT([&] { return load_glb_mesh(path, mesh, nullptr); }, ThrowsAs<std::invalid_argument>("stof"));
   EXPECT_THAT(mesh.positions, ElementsAre(7, 7, 7));
 }
 

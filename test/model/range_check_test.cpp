@@ -360,7 +360,6 @@ class MemoryFile {
     }
     return "/proc/self/fd/" + std::to_string(file_);
   }
-  std::string Write(const Glb& glb) const { return Write(glb.Build()); }
 
  private:
   int file_;
