@@ -94,7 +94,7 @@ TEST(ParseFloatsTest, ANumberIsReadAsTheStandardLibraryReadsIt) {
   }
 }
 
-// The decimal numeral of exactly this number, or of one that differs in a digit far behind its last.
+// The decimal numeral of exactly this number, or of one that differs in a digit far after its last.
 std::string ExactNumeral(double number, int difference = 0) {
   char text[200];
   std::snprintf(text, sizeof text, "%.160e", number);

@@ -297,8 +297,8 @@ TEST(GlbContainerTest, WhatIsNotLookedAtMakesNoDifference) {
       {"total length too small", Good().TotalLength(20)},
       {"total length one too large", Good().TotalLength(20 + json + 8 + BinSize() + 1)},
       {"total length 2^32 - 1", Good().TotalLength(0xFFFFFFFF)},
-      {"a byte behind BIN", Good().Trailing({1})},
-      {"what looks like a BIN header behind BIN", Good().Trailing({0xFF, 0xFF, 0xFF, 0xFF, 'B', 'I', 'N', 0})},
+      {"a byte after BIN", Good().Trailing({1})},
+      {"what looks like a BIN header after BIN", Good().Trailing({0xFF, 0xFF, 0xFF, 0xFF, 'B', 'I', 'N', 0})},
       {"a third chunk that is too long", Good().Trailing({0xFF, 0xFF, 0xFF, 0xFF, 'X', 'X', 'X', 'X'})},
       {"BIN ends before the file", Good().BinLength(static_cast<uint32_t>(Good().BinData().size()))},
   };
@@ -379,7 +379,7 @@ TEST(GlbContainerTest, ARelativePathStartsAtTheWorkingFolder) {
   EXPECT_EQ(loaded.log, kTriangleLog);
 }
 
-TEST(GlbContainerTest, BinBeginsRightBehindJsonOfAnyLength) {
+TEST(GlbContainerTest, BinBeginsRightAfterJsonOfAnyLength) {
   for (size_t spaces = 0; spaces < 8; ++spaces) {
     SCOPED_TRACE(spaces);
     const Loaded loaded = Load(Good().Unpadded().Json(Good().JsonText() + std::string(spaces, ' ')));
@@ -389,7 +389,7 @@ TEST(GlbContainerTest, BinBeginsRightBehindJsonOfAnyLength) {
   }
 }
 
-TEST(GlbContainerTest, BinBehindTheNextMultipleOfFourIsNotFound) {
+TEST(GlbContainerTest, BinAfterTheNextMultipleOfFourIsNotFound) {
   const std::string json = R"({"meshes":[]} )";
   ASSERT_EQ(json.size() % 4, 2u);
   const Loaded loaded = Load(Glb().Json(json).JsonLength(static_cast<uint32_t>(json.size())).Bin({1, 2, 3, 4}));
@@ -407,7 +407,7 @@ TEST(GlbContainerTest, AnEmptyBinIsABin) {
   EXPECT_EQ(Load(Glb().Json(R"({"meshes":[]})").Bin({})).log, "Found 0 meshes\n");
 }
 
-TEST(GlbContainerTest, TheJsonTextGoesOnBehindZeroBytes) {
+TEST(GlbContainerTest, TheJsonTextGoesOnAfterZeroBytes) {
   std::string json = Good().JsonText();
   json.insert(1, std::string(3, '\0'));
   const Loaded loaded = Load(Good().Json(json));

@@ -25,7 +25,7 @@ TEST(FindKeyTest, TheFirstQuotedOccurrenceIsTaken) {
     size_t position;
   } kRows[] = {
       {"at the start", R"("count":1)", "count", 0},
-      {"behind other text", R"({"a":1,"count":2})", "count", 7},
+      {"after other text", R"({"a":1,"count":2})", "count", 7},
       {"at the end", R"(x "count")", "count", 2},
       {"the first of two", R"("count":1,"count":2)", "count", 0},
       {"inside a deeper object", R"({"extras":{"count":1},"count":2})", "count", 11},
@@ -67,9 +67,9 @@ struct IntegerRow {
   int value;
 };
 
-TEST(ParseIntFieldTest, TheFirstRunOfDigitsAndMinusSignsBehindTheColonIsTheValue) {
+TEST(ParseIntFieldTest, TheFirstRunOfDigitsAndMinusSignsAfterTheColonIsTheValue) {
   const IntegerRow kRows[] = {
-      {"behind a space", R"({"count": 24})", 24},
+      {"after a space", R"({"count": 24})", 24},
       {"negative", R"({"count":-7})", -7},
       {"a decimal fraction", R"({"count":3.9})", 3},
       {"an exponent", R"({"count":1e3})", 1},
@@ -84,7 +84,7 @@ TEST(ParseIntFieldTest, TheFirstRunOfDigitsAndMinusSignsBehindTheColonIsTheValue
       {"a minus sign within", R"({"count":12-3})", 12},
       {"a minus sign at the end", R"({"count":12-})", 12},
       {"at the end of the text", R"("count":24)", 24},
-      {"right behind the colon at the end of the text", R"("count":4)", 4},
+      {"right after the colon at the end of the text", R"("count":4)", 4},
       {"line breaks and tabs", "{\"count\"\r\n\t :\r\n\t 24\r\n}", 24},
       {"the first of two", R"({"count":1,"count":2})", 1},
       {"of a deeper object", R"({"extras":{"count":1},"count":2})", 1},
@@ -95,7 +95,7 @@ TEST(ParseIntFieldTest, TheFirstRunOfDigitsAndMinusSignsBehindTheColonIsTheValue
   for (const IntegerRow& row : kRows) EXPECT_EQ(parse_int_field(row.text, "count", -99), row.value) << row.name;
 }
 
-TEST(ParseIntFieldTest, AColonWithinTheKeyIsTakenForTheOneBehindIt) {
+TEST(ParseIntFieldTest, AColonWithinTheKeyIsTakenForTheOneAfterIt) {
   EXPECT_EQ(parse_int_field(R"({"a:9b":5})", "a:9b", -99), 9);
 }
 
@@ -127,9 +127,9 @@ TEST(ParseIntFieldTest, WithoutKeyColonOrNumberTheDefaultIsTheValue) {
       {"no text", ""},
       {"no key", R"({"counts":24})"},
       {"no colon", R"({"count")"},
-      {"no colon behind the key", R"({"a":1,"count"})"},
+      {"no colon after the key", R"({"a":1,"count"})"},
       {"no number", R"({"count":null})"},
-      {"nothing behind the colon", R"("count":)"},
+      {"nothing after the colon", R"("count":)"},
       {"a number before the colon alone", R"({"count" 5:x})"},
   };
   for (const auto& row : kRows) {
@@ -147,7 +147,7 @@ TEST(ParseIntFieldTest, ARunThatBeginsNoNumberThrowsInvalidArgument) {
   }
 }
 
-TEST(ParseIntFieldTest, AMinusSignBehindAnotherValueThrowsInvalidArgument) {
+TEST(ParseIntFieldTest, AMinusSignAfterAnotherValueThrowsInvalidArgument) {
   EXPECT_THAT([] { parse_int_field(R"({"count":null,"a-b":5})", "count", 0); },
               ThrowsAs<std::invalid_argument>("stoi"));
 }
@@ -171,10 +171,10 @@ TEST(ParseIntFieldTest, ErrnoIsPreserved) {
 
 // ---- parse_attribute_index --------------------------------------------------------------------------------
 
-TEST(ParseAttributeIndexTest, TheFirstRunOfDigitsBehindTheColonIsTheValue) {
+TEST(ParseAttributeIndexTest, TheFirstRunOfDigitsAfterTheColonIsTheValue) {
   const IntegerRow kRows[] = {
       {"a number", R"({"POSITION":0,"NORMAL":1})", 1},
-      {"behind a space", R"({"NORMAL": 12})", 12},
+      {"after a space", R"({"NORMAL": 12})", 12},
       {"at the end of the text", R"("NORMAL":12)", 12},
       {"a minus sign is no part of it", R"({"NORMAL":-1})", 1},
       {"two minus signs", R"({"NORMAL":--5})", 5},
@@ -210,14 +210,14 @@ TEST(ParseAttributeIndexTest, ErrnoIsPreserved) {
 
 // ---- parse_string_field -----------------------------------------------------------------------------------
 
-TEST(ParseStringFieldTest, TheNextQuotedTextBehindTheColonIsTheValue) {
+TEST(ParseStringFieldTest, TheNextQuotedTextAfterTheColonIsTheValue) {
   const struct {
     const char* name;
     const char* text;
     const char* value;
   } kRows[] = {
       {"a string", R"({"type":"VEC3"})", "VEC3"},
-      {"behind white space", "{\"type\" :\n\t\"VEC3\"}", "VEC3"},
+      {"after white space", "{\"type\" :\n\t\"VEC3\"}", "VEC3"},
       {"at the end of the text", R"("type":"VEC3")", "VEC3"},
       {"empty", R"({"type":""})", ""},
       {"spaces within", R"({"type":" VEC3 "})", " VEC3 "},
@@ -236,7 +236,7 @@ TEST(ParseStringFieldTest, TheNextQuotedTextBehindTheColonIsTheValue) {
       {"no colon", R"({"a":"b","type" "VEC3"})", ""},
       {"no opening quote", R"({"type":5})", ""},
       {"no closing quote", R"({"type":"VEC3)", ""},
-      {"nothing behind the opening quote", R"({"type":")", ""},
+      {"nothing after the opening quote", R"({"type":")", ""},
       {"no text", "", ""},
   };
   for (const auto& row : kRows) EXPECT_EQ(parse_string_field(row.text, "type"), row.value) << row.name;
@@ -268,14 +268,14 @@ TEST(GetArrayElementObjectTest, TheIndexCountsTheObjectsDirectlyInTheArray) {
   ExpectElements({
       {"the first", kNested, 0, R"({"x":{"y":1}})"},
       {"the second", kNested, 1, R"({"z":2})"},
-      {"one behind the last", kNested, 2, kNoObject},
+      {"one after the last", kNested, 2, kNoObject},
       {"the greatest index", kNested, INT_MAX, kNoObject},
       {"a negative index", kNested, -1, kNoObject},
       {"the least index", kNested, INT_MIN, kNoObject},
       {"numbers are not counted", kNumberFirst, 0, R"({"x":1})"},
       {"nor strings and null", kNumberFirst, 1, R"({"y":2})"},
       {"an empty object", R"({"a":[{},{"x":1}]})", 0, "{}"},
-      {"behind an empty object", R"({"a":[{},{"x":1}]})", 1, R"({"x":1})"},
+      {"after an empty object", R"({"a":[{},{"x":1}]})", 1, R"({"x":1})"},
       {"arrays in elements", R"({"a":[{"x":[1,[2]]},{"y":[]}]})", 1, R"({"y":[]})"},
       {"objects in arrays in elements", R"({"a":[{"x":[{"u":1},{"v":2}]},{"y":1}]})", 1, R"({"y":1})"},
       {"white space", "{ \"a\" : [ { \"x\" : 1 } ,\n { \"y\" : 2 } ] }", 1, "{ \"y\" : 2 }"},
@@ -285,7 +285,7 @@ TEST(GetArrayElementObjectTest, TheIndexCountsTheObjectsDirectlyInTheArray) {
   });
 }
 
-TEST(GetArrayElementObjectTest, TheArrayIsTheNextBracketBehindTheKeysColon) {
+TEST(GetArrayElementObjectTest, TheArrayIsTheNextBracketAfterTheKeysColon) {
   ExpectElements({
       {"no text", "", 0, kNoObject},
       {"no key", R"({"aa":[{"x":1}]})", 0, kNoObject},
@@ -304,8 +304,8 @@ TEST(GetArrayElementObjectTest, AClosingBracketOutsideEveryObjectEndsTheArrayAls
   ExpectElements({
       {"a nested array first", R"({"a":[[1,2],{"x":1}]})", 0, kNoObject},
       {"an object in a nested array", R"({"a":[[{"x":1}],{"y":2}]})", 0, R"({"x":1})"},
-      {"behind an object in a nested array", R"({"a":[[{"x":1}],{"y":2}]})", 1, kNoObject},
-      {"a nested array behind the object", R"({"a":[{"x":1},[]]})", 0, R"({"x":1})"},
+      {"after an object in a nested array", R"({"a":[[{"x":1}],{"y":2}]})", 1, kNoObject},
+      {"a nested array after the object", R"({"a":[{"x":1},[]]})", 0, R"({"x":1})"},
       {"an opening bracket alone has no effect", R"({"a":[[[{"x":1})", 0, R"({"x":1})"},
       {"a bracket in a string", R"({"a":["]",{"x":1}]})", 0, kNoObject},
       {"the next array is not reached", R"({"a":[],"b":[{"x":1}]})", 0, kNoObject},
@@ -315,7 +315,7 @@ TEST(GetArrayElementObjectTest, AClosingBracketOutsideEveryObjectEndsTheArrayAls
 TEST(GetArrayElementObjectTest, BracesInStringsCountLikeAllOthers) {
   ExpectElements({
       {"a closing brace ends the element", R"({"a":[{"s":"}"},{"x":1}]})", 0, R"({"s":"})"},
-      {"and hides the elements behind it", R"({"a":[{"s":"}"},{"x":1}]})", 1, kNoObject},
+      {"and hides the elements after it", R"({"a":[{"s":"}"},{"x":1}]})", 1, kNoObject},
       {"an opening brace keeps the element open", R"({"a":[{"s":"{"},{"x":1}]})", 0, R"({"s":"{"},{"x":1}]})"},
       {"an opening brace keeps it open to the end", R"({"a":[{"s":"{"},{"x":1}])", 0, kNoObject},
       {"a pair of braces does nothing", R"({"a":[{"s":"{}"},{"x":1}]})", 1, R"({"x":1})"},
@@ -336,10 +336,10 @@ TEST(GetArrayElementObjectTest, AfterMoreClosingThanOpeningBracesNothingIsFound)
 
 TEST(GetArrayElementObjectTest, TextThatEndsTooEarlyYieldsOnlyTheElementsThatAreComplete) {
   ExpectElements({
-      {"behind the bracket", R"({"a":[)", 0, kNoObject},
-      {"behind the opening brace", R"({"a":[{)", 0, kNoObject},
+      {"after the bracket", R"({"a":[)", 0, kNoObject},
+      {"after the opening brace", R"({"a":[{)", 0, kNoObject},
       {"within the element", R"({"a":[{"x":{"y":1})", 0, kNoObject},
-      {"right behind the element", R"({"a":[{"x":1})", 0, R"({"x":1})"},
+      {"right after the element", R"({"a":[{"x":1})", 0, R"({"x":1})"},
       {"within the second element", R"({"a":[{"x":1},{"y":)", 0, R"({"x":1})"},
       {"the second element", R"({"a":[{"x":1},{"y":)", 1, kNoObject},
   });
@@ -365,7 +365,7 @@ TEST(GetArrayElementObjectTest, EveryPrefixOfATextIsScannedWithoutReadingOn) {
 
 // ---- The brace-matching rule ------------------------------------------------------------------------------
 
-TEST(FindNestedObjectTest, TheObjectGoesFromTheNextBraceBehindTheColonToTheOneThatClosesIt) {
+TEST(FindNestedObjectTest, TheObjectGoesFromTheNextBraceAfterTheColonToTheOneThatClosesIt) {
   const struct {
     const char* name;
     const char* text;

@@ -132,7 +132,7 @@ TEST_F(MeshPrimitiveTest, IndicesAndMaterialAreTakenFromAnywhereInThePrimitive) 
 }
 
 TEST_F(MeshPrimitiveTest, AValueThatReadsLikeAKeyIsTakenForTheKey) {
-  // "name":"indices" leads to the number behind the next colon, the mode: accessor 3, the indices that run
+  // "name":"indices" leads to the number after the next colon, the mode: accessor 3, the indices that run
   // the other way.
   EXPECT_TRUE(Decode(Glb()
                          .Add(Triangle().PrimitiveField("name", "\"indices\"").PrimitiveField("mode", "3"))
@@ -195,7 +195,7 @@ TEST_F(MeshPrimitiveTest, AccessorsAreReadInTheOrderPositionNormalIndices) {
   ExpectBadInteger(Triangle().Normals(bad).PrimitiveField("indices", "99"));
 }
 
-TEST_F(MeshPrimitiveTest, ViewsAreReadBehindAllAccessorsAndBeforeThePositionsType) {
+TEST_F(MeshPrimitiveTest, ViewsAreReadAfterAllAccessorsAndBeforeThePositionsType) {
   const Accessor bad_view = Floats(kTrianglePositions).ViewField("byteOffset", "-");
   ExpectFailure(Mesh(bad_view).Attribute("NORMAL", "99"), "");
   ExpectFailure(Mesh(bad_view).PrimitiveField("indices", "99"), "");
@@ -248,7 +248,7 @@ TEST_F(MeshPrimitiveTest, TheMeshIsResetFirstAndItsStorageReleased) {
   EXPECT_EQ(mesh_.color, kDefaultMeshColor);
 }
 
-TEST_F(MeshPrimitiveTest, AFailureBehindTheColourKeepsTheColour) {
+TEST_F(MeshPrimitiveTest, AFailureAfterTheColourKeepsTheColour) {
   ExpectFailure(Triangle().Color("1, 0, 0").WithoutAttribute("POSITION"), "fail: no POSITION\n");
   EXPECT_EQ(mesh_.color, kDefaultMeshColor);
   ExpectFailure(Triangle().Color("1, 0, 0").Attribute("POSITION", "99"), "");
@@ -498,7 +498,7 @@ TEST_F(MeshPrimitiveTest, IndicesOfAnyNumberAreKeptWhole) {
 
 // ---- Ranges -----------------------------------------------------------------------------------------------
 
-TEST(ElementRangeTest, EndsBehindItsLastElementNotBehindTheGap) {
+TEST(ElementRangeTest, EndsAfterItsLastElementNotAfterTheGap) {
   EXPECT_EQ((ElementRange{4, 24, 2, 12}.end()), 4u + 24 + 12);
 }
 
@@ -525,7 +525,7 @@ TEST_F(MeshPrimitiveTest, EveryPrefixOfTheJsonDecodesOrFailsWithoutReadingOn) {
     }
   }
   // Without its view at the end of the text, the indices would lie at the start of BIN, where they name no
-  // vertex: only what stands behind the views can go.
+  // vertex: only what comes after the views can go.
   EXPECT_EQ(decoded, std::string(R"(],"buffers":[{"byteLength":78}]})").size() + 1);
 }
 

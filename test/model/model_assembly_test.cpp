@@ -114,7 +114,7 @@ TEST(LoadGlbModelTest, AMeshThatIsNeverClosedIsCountedAndNotFound) {
             "Failed to load mesh 1: fail: mesh 1 not found\n\n");
 }
 
-TEST(LoadGlbModelTest, ABraceInANameTurnsThePrimitiveIntoAMeshAndHidesTheMeshesBehind) {
+TEST(LoadGlbModelTest, ABraceInANameTurnsThePrimitiveIntoAMeshAndHidesTheMeshesAfter) {
   const Loaded loaded = Load(Glb().Add(Triangle().Field("name", "\"}\"")).Add(Triangle()));
   EXPECT_FALSE(loaded.ok);
   EXPECT_EQ(loaded.log,
@@ -321,13 +321,13 @@ TEST_F(ColorTest, TheRestOfAMaterialIsIgnored) {
               {0, 1, 0, 1});
 }
 
-TEST_F(ColorTest, TheFirstArrayBehindTheKeyIsTakenAlsoThatOfAnotherKey) {
+TEST_F(ColorTest, TheFirstArrayAfterTheKeyIsTakenAlsoThatOfAnotherKey) {
   ExpectColor(
       Triangle().Material(R"({"pbrMetallicRoughness":{"baseColorFactor":null,"extras":[0,0,1],"more":[1,1,1]}})"),
       {0, 0, 1, 1});
 }
 
-TEST_F(ColorTest, TheFirstObjectBehindTheKeyIsTakenAlsoThatOfAnotherKey) {
+TEST_F(ColorTest, TheFirstObjectAfterTheKeyIsTakenAlsoThatOfAnotherKey) {
   ExpectColor(Triangle().Material(R"({"pbrMetallicRoughness":null,"extras":{"baseColorFactor":[0,0,1]}})"),
               {0, 0, 1, 1});
 }
@@ -420,7 +420,7 @@ TEST_F(NumberErrorTest, AColourTooSmallLeavesAsOutOfRange) {
   ExpectThrow<std::out_of_range>(Triangle().Color("1e-50, 0, 0, 1"), "stof");
 }
 
-TEST_F(NumberErrorTest, AColourTooLargeBehindTheFourthLeavesAsOutOfRange) {
+TEST_F(NumberErrorTest, AColourTooLargeAfterTheFourthLeavesAsOutOfRange) {
   ExpectThrow<std::out_of_range>(Triangle().Color("1, 0, 0, 1, 1e39"), "stof");
 }
 

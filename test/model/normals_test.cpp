@@ -125,7 +125,7 @@ TEST_F(NormalsTest, AVertexWithoutAFaceOfAnyAreaGetsTheNormalUp) {
   ExpectNear(mesh_.normals, {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1, 0});
 }
 
-TEST_F(NormalsTest, IndicesLeftOverBehindTheLastTripleAreIgnored) {
+TEST_F(NormalsTest, IndicesLeftOverAfterTheLastTripleAreIgnored) {
   ExpectDecoded(Mesh(Floats(Curve(6))).Indices(Ushorts({0, 1, 2})));
   const Values expected = mesh_.normals;
   EXPECT_EQ(Values(expected.begin() + 9, expected.end()), Repeat(3, {0, 1, 0}));

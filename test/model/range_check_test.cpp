@@ -122,7 +122,7 @@ TEST(RangeCheckTest, AnIndexThatNamesNoVertexIsRefused) {
   ExpectLeftOut(Triangle().Indices(Uints({0, 1, 0xFFFFFFFF})), "fail: index 2 names vertex 4294967295" + kOf3);
   ExpectLeftOut(Triangle().Indices(Uints({0, 0x80000000, 2})), "fail: index 1 names vertex 2147483648" + kOf3);
   ExpectLeftOut(Triangle().Indices(Uints({0, 0x00010000, 2})), "fail: index 1 names vertex 65536" + kOf3);
-  // Also one behind the last whole triangle, and beside normals of the file, where nothing is computed from
+  // Also one after the last whole triangle, and beside normals of the file, where nothing is computed from
   // it.
   ExpectLeftOut(Triangle().Indices(Ushorts({0, 1, 2, 3})), "fail: index 3 names vertex 3" + kOf3);
   ExpectLeftOut(Triangle().Normals(Floats(kTrianglePositions)).Indices(Ushorts({0, 1, 3})),
@@ -152,7 +152,7 @@ TEST(RangeCheckTest, AWarningComesBeforeTheMessageOfTheMeshThatIsRefused) {
 
 // ---- To the last byte -------------------------------------------------------------------------------------
 
-TEST(RangeCheckTest, AnElementMayEndWithBinAndNotOneByteBehind) {
+TEST(RangeCheckTest, AnElementMayEndWithBinAndNotOneByteAfter) {
   const Accessor positions = Floats(kTrianglePositions);
   const struct {
     const char* name;
@@ -163,7 +163,7 @@ TEST(RangeCheckTest, AnElementMayEndWithBinAndNotOneByteBehind) {
       {"positions", Mesh(positions), "vertices=3 indices=3", "POSITION outside BIN: needs bytes 0 to 36 of 35"},
       {"one position", Mesh(Floats({1, 2, 3})), "vertices=1 indices=0",
        "POSITION outside BIN: needs bytes 0 to 12 of 11"},
-      {"positions with a stride: no gap behind the last", Mesh(Accessor(positions).Stride(20)), "vertices=3 indices=3",
+      {"positions with a stride: no gap after the last", Mesh(Accessor(positions).Stride(20)), "vertices=3 indices=3",
        "POSITION outside BIN: needs bytes 0 to 52 of 51"},
       {"positions with an offset", Mesh(Accessor(positions).Offset(5)), "vertices=3 indices=3",
        "POSITION outside BIN: needs bytes 5 to 41 of 40"},
@@ -193,7 +193,7 @@ TEST(RangeCheckTest, AnElementMayEndWithBinAndNotOneByteBehind) {
     EXPECT_FALSE(loaded.ok);
     EXPECT_EQ(loaded.log, std::string("Found 1 meshes\nFailed to load mesh 0: fail: ") + row.message + "\n\n");
 
-    // Bytes of the file behind BIN are not BIN.
+    // Bytes of the file after BIN are not BIN.
     loaded = Load(Glb(exact).BinLength(static_cast<uint32_t>(bin.size())));
     EXPECT_FALSE(loaded.ok);
     EXPECT_EQ(loaded.log, std::string("Found 1 meshes\nFailed to load mesh 0: fail: ") + row.message + "\n\n");

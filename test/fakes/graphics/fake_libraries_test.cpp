@@ -23,7 +23,7 @@ using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::IsEmpty;
 
-// What stands behind an address: the file that holds it.
+// The file that holds an address.
 std::string FileOf(const void* address) {
   Dl_info info = {};
   return dladdr(address, &info) != 0 ? info.dli_fname : "";
