@@ -314,26 +314,29 @@ TEST_F(ColorTest, AMaterialWithoutAUsableBaseColourGivesTheDefault) {
   }
 }
 
-TEST_F(ColorTest, TheRestOfAMaterialIsIgnored) {
-  ExpectColor(Triangle().Material(R"({"name":"r]e[d","emissiveFactor":[9,9,9],"alphaMode":"MASK","alphaCutoff":0.1,)"
-                                  R"("pbrMetallicRoughness":{"baseColorTexture":{"index":0},"metallicFactor":0.3,)"
-                                  R"("baseColorFactor":[0,1,0,1],"roughnessFactor":0.9},"doubleSided":true})"),
-              {0, 1, 0, 1});
-}
-
-TEST_F(ColorTest, TheFirstArrayAfterTheKeyIsTakenAlsoThatOfAnotherKey) {
-  ExpectColor(
-      Triangle().Material(R"({"pbrMetallicRoughness":{"baseColorFactor":null,"extras":[0,0,1],"more":[1,1,1]}})"),
-      {0, 0, 1, 1});
-}
-
-TEST_F(ColorTest, TheFirstObjectAfterTheKeyIsTakenAlsoThatOfAnotherKey) {
-  ExpectColor(Triangle().Material(R"({"pbrMetallicRoughness":null,"extras":{"baseColorFactor":[0,0,1]}})"),
-              {0, 0, 1, 1});
-}
-
-TEST_F(ColorTest, ABaseColourDeeperInTheObjectIsFound) {
-  ExpectColor(Triangle().Material(R"({"pbrMetallicRoughness":{"extras":{"baseColorFactor":[0,0,1]}}})"), {0, 0, 1, 1});
+TEST_F(ColorTest, TheFirstArrayAfterTheKeyIsTakenWhateverElseIsThere) {
+  const struct {
+    const char* name;
+    const char* material;
+    std::array<float, 4> color;
+  } kRows[] = {
+      {"the rest of a material is ignored",
+       R"({"name":"r]e[d","emissiveFactor":[9,9,9],"alphaMode":"MASK","alphaCutoff":0.1,)"
+       R"("pbrMetallicRoughness":{"baseColorTexture":{"index":0},"metallicFactor":0.3,)"
+       R"("baseColorFactor":[0,1,0,1],"roughnessFactor":0.9},"doubleSided":true})",
+       {0, 1, 0, 1}},
+      {"the array of another key",
+       R"({"pbrMetallicRoughness":{"baseColorFactor":null,"extras":[0,0,1],"more":[1,1,1]}})",
+       {0, 0, 1, 1}},
+      {"the object of another key",
+       R"({"pbrMetallicRoughness":null,"extras":{"baseColorFactor":[0,0,1]}})",
+       {0, 0, 1, 1}},
+      {"deeper in the object", R"({"pbrMetallicRoughness":{"extras":{"baseColorFactor":[0,0,1]}}})", {0, 0, 1, 1}},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    ExpectColor(Triangle().Material(row.material), row.color);
+  }
 }
 
 TEST_F(ColorTest, AnObjectThatIsNeverClosedGivesTheDefault) {
@@ -400,28 +403,16 @@ class NumberErrorTest : public ::testing::Test {
   TemporaryFolder folder_;
 };
 
-TEST_F(NumberErrorTest, AnIntegerThatIsNoneLeavesAsInvalidArgument) {
+TEST_F(NumberErrorTest, ANumberThatIsNoneLeavesAsInvalidArgument) {
   ExpectThrow<std::invalid_argument>(Triangle().PrimitiveField("indices", "-"), "stoi");
-}
-
-TEST_F(NumberErrorTest, AnIntegerTooLargeLeavesAsOutOfRange) {
-  ExpectThrow<std::out_of_range>(Mesh(Floats(kTrianglePositions).Field("count", "99999999999")), "stoi");
-}
-
-TEST_F(NumberErrorTest, AnAttributeNumberTooLargeLeavesAsOutOfRange) {
-  ExpectThrow<std::out_of_range>(Triangle().Attribute("POSITION", "2147483648"), "stoi");
-}
-
-TEST_F(NumberErrorTest, AColourThatIsNoNumberLeavesAsInvalidArgument) {
   ExpectThrow<std::invalid_argument>(Triangle().Color("1, -, 0"), "stof");
 }
 
-TEST_F(NumberErrorTest, AColourTooSmallLeavesAsOutOfRange) {
+TEST_F(NumberErrorTest, ANumberTooLargeOrTooSmallLeavesAsOutOfRange) {
+  ExpectThrow<std::out_of_range>(Mesh(Floats(kTrianglePositions).Field("count", "99999999999")), "stoi");
+  ExpectThrow<std::out_of_range>(Triangle().Attribute("POSITION", "2147483648"), "stoi");
   ExpectThrow<std::out_of_range>(Triangle().Color("1e-50, 0, 0, 1"), "stof");
-}
-
-TEST_F(NumberErrorTest, AColourTooLargeAfterTheFourthLeavesAsOutOfRange) {
-  ExpectThrow<std::out_of_range>(Triangle().Color("1, 0, 0, 1, 1e39"), "stof");
+  ExpectThrow<std::out_of_range>(Triangle().Color("1, 0, 0, 1, 1e39"), "stof");  // after the fourth too
 }
 
 TEST_F(NumberErrorTest, LoadGlbMeshLetsItThroughAndLeavesTheMeshUntouched) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "test/model/mesh_primitive_fixture.h"
@@ -33,28 +34,20 @@ TEST_F(NormalsTest, NormalsOfTheFileAreTakenAsTheyAre) {
 }
 
 TEST_F(NormalsTest, NormalsOfAnotherFormAreComputedInstead) {
-  const struct {
-    const char* field;
-    const char* value;
-  } kRows[] = {{"componentType", "5120"},
-               {"componentType", "5122"},
-               {"componentType", "5125"},
-               {"type", "\"VEC2\""},
-               {"type", "\"VEC4\""},
-               {"type", "\"vec3\""},
-               {"count", "0"},
-               {"count", "2"},
-               {"count", "4"},
-               {"count", "-3"}};
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(std::string(row.field) + " " + row.value);
-    ExpectDecoded(Triangle().Normals(Floats(Repeat(4, {5, 5, 5})).Field("count", "3").Field(row.field, row.value)));
-    EXPECT_EQ(mesh_.normals, Repeat(3, {0, 0, 1}));
-  }
-  for (const char* field : {"componentType", "type", "count"}) {
+  const std::pair<const char*, std::vector<const char*>> kFields[] = {
+      {"componentType", {"5120", "5122", "5125"}},
+      {"type", {"\"VEC2\"", "\"VEC4\"", "\"vec3\""}},
+      {"count", {"0", "2", "4", "-3"}},
+  };
+  for (const auto& [field, values] : kFields) {
     SCOPED_TRACE(field);
     ExpectDecoded(Triangle().Normals(Floats(Repeat(3, {5, 5, 5})).Without(field)));
     EXPECT_EQ(mesh_.normals, Repeat(3, {0, 0, 1}));
+    for (const char* value : values) {
+      SCOPED_TRACE(value);
+      ExpectDecoded(Triangle().Normals(Floats(Repeat(4, {5, 5, 5})).Field("count", "3").Field(field, value)));
+      EXPECT_EQ(mesh_.normals, Repeat(3, {0, 0, 1}));
+    }
   }
 }
 
