@@ -12,17 +12,7 @@
 #include "model/glb_container.h"
 #include "test/model/mesh_primitive_fixture.h"
 
-using glb_builder::Accessor;
-using glb_builder::Bytes;
-using glb_builder::BytesOf;
-using glb_builder::Floats;
-using glb_builder::Glb;
-using glb_builder::kTrianglePositions;
-using glb_builder::Mesh;
-using glb_builder::Triangle;
-using glb_builder::Ubytes;
-using glb_builder::Uints;
-using glb_builder::Ushorts;
+using namespace glb_builder;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
