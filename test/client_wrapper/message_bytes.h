@@ -1,4 +1,4 @@
-// Builders and readers of message bytes, and what the code under test writes to standard error meanwhile.
+// Builders and readers of values and message bytes, and what the code under test writes to standard error meanwhile.
 
 #ifndef TEST_CLIENT_WRAPPER_MESSAGE_BYTES_H_
 #define TEST_CLIENT_WRAPPER_MESSAGE_BYTES_H_
@@ -9,12 +9,14 @@
 #include <cstdint>
 #include <initializer_list>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "flutter/encodable_value.h"
 #include "flutter/standard_message_codec.h"
+#include "test/support/log_capture.h"
 
 namespace flutter {
 
@@ -61,14 +63,9 @@ inline Bytes Prefix(const Bytes& bytes, size_t size) { return Bytes(bytes.data()
 /// What `action` writes to standard error, whole.
 template <typename Action>
 std::string StderrOf(Action action) {
-  ::testing::internal::CaptureStderr();
-  try {
-    action();
-  } catch (...) {
-    ::testing::internal::GetCapturedStderr();
-    throw;
-  }
-  return ::testing::internal::GetCapturedStderr();
+  LogCapture err(stderr);
+  action();
+  return err.Take();
 }
 
 /// Names the cases of a parameterised test by their member `name`.
@@ -78,6 +75,18 @@ struct CaseName {
     return test.param.name;
   }
 };
+
+/// A value that an exception left without content.
+inline flutter::EncodableValue Valueless() {
+  struct Uncopyable {
+    Uncopyable() = default;
+    Uncopyable(const Uncopyable&) { throw std::runtime_error("no copy"); }
+  };
+  flutter::EncodableValue value;
+  EXPECT_THROW(value.emplace<flutter::CustomEncodableValue>(Uncopyable()), std::runtime_error);
+  EXPECT_TRUE(value.valueless_by_exception());
+  return value;
+}
 
 struct Decoded {
   flutter::EncodableValue value;

@@ -1,4 +1,6 @@
-#include "fake_embedder.h"
+// The fake embedder itself: what it carries, keeps and objects to.
+
+#include "test/fakes/fake_embedder.h"
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>
@@ -7,11 +9,9 @@
 #include <stdexcept>
 #include <thread>
 
-namespace client_wrapper_test {
+namespace fakes {
 namespace {
 
-using fakes::Bytes;
-using fakes::FakeEmbedder;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -83,20 +83,20 @@ TEST_F(FakeEmbedderTest, MessageArrivesAsTheEmbeddersRecord) {
 }
 
 TEST_F(FakeEmbedderTest, MessageWithoutACallbackIsNotDelivered) {
-  const fakes::Reply reply = embedder_.Deliver("down", {1});
+  const Reply reply = embedder_.Deliver("down", {1});
   EXPECT_FALSE(reply.delivered());
   EXPECT_FALSE(reply.answered());
 }
 
 TEST_F(FakeEmbedderTest, AnswersTellNullFromEmpty) {
   KeepHandles();
-  const fakes::Reply null = embedder_.Deliver("down", {});
+  const Reply null = embedder_.Deliver("down", {});
   EXPECT_FALSE(null.answered());
   FlutterDesktopMessengerSendResponse(Messenger(), handle_, nullptr, 0);
   EXPECT_TRUE(null.answered());
   EXPECT_EQ(null.bytes(), std::nullopt);
 
-  const fakes::Reply empty = embedder_.Deliver("down", {});
+  const Reply empty = embedder_.Deliver("down", {});
   const uint8_t somewhere = 0;
   FlutterDesktopMessengerSendResponse(Messenger(), handle_, &somewhere, 0);
   EXPECT_EQ(empty.bytes(), Bytes());
@@ -123,7 +123,7 @@ TEST_F(FakeEmbedderTest, SentMessagesAreKeptAndAnsweredOnce) {
   embedder_.ReplyToSent(1, Bytes{5});
   EXPECT_EQ(answer, Bytes{5});
 
-  const std::vector<fakes::SentMessage> sent = embedder_.sent_messages();
+  const std::vector<SentMessage> sent = embedder_.sent_messages();
   ASSERT_EQ(sent.size(), 2u);
   EXPECT_EQ(sent[0].channel, "up");
   EXPECT_EQ(sent[0].bytes, message);
@@ -219,7 +219,7 @@ TEST_F(FakeEmbedderTest, MarksAreCountedAndAwaited) {
 
 TEST_F(FakeEmbedderTest, DestroyingTheRegistrarRunsItsHandlerOnceWhileTheMessengerWorks) {
   FlutterDesktopPluginRegistrarSetDestructionHandler(embedder_.registrar(), [](FlutterDesktopPluginRegistrarRef of) {
-    FlutterDesktopMessengerSend(FlutterDesktopPluginRegistrarGetMessenger(of), "last words", nullptr, 0);
+    FlutterDesktopMessengerSend(FlutterDesktopPluginRegistrarGetMessenger(of), "at the end", nullptr, 0);
   });
   KeepHandles();
   embedder_.DestroyRegistrar();
@@ -243,7 +243,7 @@ TEST_F(FakeEmbedderTest, DyingDestroysTheRegistrar) {
 
 TEST_F(FakeEmbedderTest, ComplainsOfASecondAnswerAndKeepsTheFirst) {
   KeepHandles();
-  const fakes::Reply reply = embedder_.Deliver("down", {});
+  const Reply reply = embedder_.Deliver("down", {});
   Respond({1});
   Respond({2});
   EXPECT_EQ(reply.bytes(), Bytes{1});
@@ -264,7 +264,7 @@ TEST_F(FakeEmbedderTest, ComplainsOfAnAnswerToAnUnknownMessage) {
 TEST_F(FakeEmbedderTest, ComplainsOfAnAnswerAfterTheRegistrarsEnd) {
   KeepHandles();
   const auto messenger = Messenger();
-  const fakes::Reply reply = embedder_.Deliver("down", {});
+  const Reply reply = embedder_.Deliver("down", {});
   embedder_.DestroyRegistrar();
   FlutterDesktopMessengerSendResponse(messenger, handle_, nullptr, 0);
   EXPECT_FALSE(reply.answered());
@@ -359,4 +359,4 @@ TEST(FakeEmbedderDeathTestAlone, HandleWhileNoEmbedderLivesEndsTheProgram) {
 }
 
 }  // namespace
-}  // namespace client_wrapper_test
+}  // namespace fakes

@@ -1,3 +1,5 @@
+// Files as the host reads and writes them: whole, or not at all.
+
 #include "host/files.h"
 
 #include <gtest/gtest.h>

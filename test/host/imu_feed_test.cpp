@@ -1,3 +1,5 @@
+// When a recorded run's orientations, and those of a sensor, are due.
+
 #include "host/imu_feed.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// The lines of an IMU run, from a file or a sensor: what is read and what is refused.
+
 #include "host/imu_run.h"
 
 #include <gtest/gtest.h>
@@ -101,57 +103,38 @@ TEST(ImuLineParser, OptionalTimeMayBeMissingOrGoBack) {
 }
 
 TEST(ImuLineParser, FailureNamesLineAndWhatWasExpectedAndFound) {
-  constexpr char kHeader[] = "t,qx,qy,qz,qw\n";
+  const std::string kHeader = "t,qx,qy,qz,qw\n";
+  const std::string kNoHeader = "expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found ";
   const struct {
     const char* what;
     std::string text;
-    std::string failure;
+    std::string failure;  // after the file's name
   } kCases[] = {
-      {"nothing at all", "",
-       "run.csv: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found the end of the "
-       "input"},
-      {"comments only", "# nothing\n\n",
-       "run.csv: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found the end of the "
-       "input"},
-      {"a header only", kHeader, "run.csv: expected samples after the header, found the end of the input"},
-      {"no header", "0,0,0,0,1\n",
-       "run.csv, line 1: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found "
-       "\"0,0,0,0,1\""},
-      {"no time", "qx,qy,qz,qw\n0,0,0,1\n",
-       "run.csv, line 1: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found "
-       "\"qx,qy,qz,qw\""},
-      {"neither form whole", "# run\nt,qx,qy,qz,roll,pitch\n",
-       "run.csv, line 2: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found "
-       "\"t,qx,qy,qz,roll,pitch\""},
-      {"capitals", "T,Roll,Pitch,Yaw\n",
-       "run.csv, line 1: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found "
-       "\"T,Roll,Pitch,Yaw\""},
-      {"a column twice", "t,roll,pitch,yaw,roll\n", "run.csv, line 1: expected one column roll, found several"},
-      {"too few fields", std::string(kHeader) + "0,0,0,1\n",
-       "run.csv, line 2: expected 5 fields as in the header, found 4"},
-      {"too many fields", std::string(kHeader) + "0,0,0,0,1,\n",
-       "run.csv, line 2: expected 5 fields as in the header, found 6"},
-      {"a word", std::string(kHeader) + "0,0,0,0,1\n\n0.1,0,oops,0,1\n",
-       "run.csv, line 4: expected a number for qy, found \"oops\""},
-      {"an empty field", std::string(kHeader) + "0,0,0,0,\n", "run.csv, line 2: expected a number for qw, found \"\""},
-      {"a number and more", std::string(kHeader) + "0,0,0,0,1m\n",
-       "run.csv, line 2: expected a number for qw, found \"1m\""},
-      {"not a number", std::string(kHeader) + "nan,0,0,0,1\n",
-       "run.csv, line 2: expected a number for t, found \"nan\""},
-      {"infinity", std::string(kHeader) + "0,inf,0,0,1\n", "run.csv, line 2: expected a number for qx, found \"inf\""},
-      {"beyond all doubles", std::string(kHeader) + "0,1e999,0,0,1\n",
-       "run.csv, line 2: expected a number for qx, found \"1e999\""},
-      {"two signs", std::string(kHeader) + "0,+-1,0,0,1\n", "run.csv, line 2: expected a number for qx, found \"+-1\""},
-      {"a decimal comma", std::string(kHeader) + "0;1;0;0;1\n",
-       "run.csv, line 2: expected 5 fields as in the header, found 1"},
-      {"time going back", std::string(kHeader) + "0.5,0,0,0,1\n0.25,0,0,0,1\n",
-       "run.csv, line 3: expected a time t not before 0.5 s, found 0.25 s"},
-      {"control characters", std::string(kHeader) + "0,\x1b[2J,0,0,1\n",
-       "run.csv, line 2: expected a number for qx, found \"?[2J\""},
-      {"a very long word", std::string(kHeader) + "0," + std::string(100, 'x') + ",0,0,1\n",
-       "run.csv, line 2: expected a number for qx, found \"" + std::string(60, 'x') + "...\""},
+      {"nothing at all", "", ": " + kNoHeader + "the end of the input"},
+      {"comments only", "# nothing\n\n", ": " + kNoHeader + "the end of the input"},
+      {"a header only", kHeader, ": expected samples after the header, found the end of the input"},
+      {"no header", "0,0,0,0,1\n", ", line 1: " + kNoHeader + "\"0,0,0,0,1\""},
+      {"no time", "qx,qy,qz,qw\n0,0,0,1\n", ", line 1: " + kNoHeader + "\"qx,qy,qz,qw\""},
+      {"neither form whole", "# run\nt,qx,qy,qz,roll,pitch\n", ", line 2: " + kNoHeader + "\"t,qx,qy,qz,roll,pitch\""},
+      {"capitals", "T,Roll,Pitch,Yaw\n", ", line 1: " + kNoHeader + "\"T,Roll,Pitch,Yaw\""},
+      {"a column twice", "t,roll,pitch,yaw,roll\n", ", line 1: expected one column roll, found several"},
+      {"too few fields", kHeader + "0,0,0,1\n", ", line 2: expected 5 fields as in the header, found 4"},
+      {"too many fields", kHeader + "0,0,0,0,1,\n", ", line 2: expected 5 fields as in the header, found 6"},
+      {"a word", kHeader + "0,0,0,0,1\n\n0.1,0,oops,0,1\n", ", line 4: expected a number for qy, found \"oops\""},
+      {"an empty field", kHeader + "0,0,0,0,\n", ", line 2: expected a number for qw, found \"\""},
+      {"a number and more", kHeader + "0,0,0,0,1m\n", ", line 2: expected a number for qw, found \"1m\""},
+      {"not a number", kHeader + "nan,0,0,0,1\n", ", line 2: expected a number for t, found \"nan\""},
+      {"infinity", kHeader + "0,inf,0,0,1\n", ", line 2: expected a number for qx, found \"inf\""},
+      {"beyond all doubles", kHeader + "0,1e999,0,0,1\n", ", line 2: expected a number for qx, found \"1e999\""},
+      {"two signs", kHeader + "0,+-1,0,0,1\n", ", line 2: expected a number for qx, found \"+-1\""},
+      {"a decimal comma", kHeader + "0;1;0;0;1\n", ", line 2: expected 5 fields as in the header, found 1"},
+      {"time going back", kHeader + "0.5,0,0,0,1\n0.25,0,0,0,1\n",
+       ", line 3: expected a time t not before 0.5 s, found 0.25 s"},
+      {"control characters", kHeader + "0,\x1b[2J,0,0,1\n", ", line 2: expected a number for qx, found \"?[2J\""},
+      {"a very long word", kHeader + "0," + std::string(100, 'x') + ",0,0,1\n",
+       ", line 2: expected a number for qx, found \"" + std::string(60, 'x') + "...\""},
   };
-  for (const auto& c : kCases) EXPECT_EQ(FailureOfText(c.text), c.failure) << c.what;
+  for (const auto& c : kCases) EXPECT_EQ(FailureOfText(c.text), "run.csv" + c.failure) << c.what;
 }
 
 TEST(ImuLineParser, FailureOfHeaderSaysWhereTimeIsOptional) {

@@ -1,3 +1,5 @@
+// The pictures of a run: which frames are kept, the stills, the contact sheet, the animation.
+
 #include "host/pictures.h"
 
 #include <gtest/gtest.h>

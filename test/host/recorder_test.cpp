@@ -1,3 +1,5 @@
+// The recorder, which writes a run's pictures while it goes on and at its end.
+
 #include "host/recorder.h"
 
 #include <gtest/gtest.h>
@@ -7,7 +9,7 @@
 #include <memory>
 #include <thread>
 
-#include "host/host_error.h"
+#include "test/host/failure.h"
 #include "test/host/pictures_on_disk.h"
 #include "test/support/files.h"
 
@@ -107,12 +109,7 @@ TEST(Recorder, FailsWhenThereWasNoFrame) {
   const TemporaryFolder folder;
   Recorder recorder(folder.path(), 3, 8 * 6 * 4, IgnoreFirst);
   recorder.Close();
-  try {
-    recorder.Finish();
-    FAIL() << "no failure";
-  } catch (const HostError& error) {
-    EXPECT_STREQ(error.what(), "the plug-in drew no frame during the run");
-  }
+  EXPECT_EQ(FailureOf([&] { recorder.Finish(); }), "the plug-in drew no frame during the run");
 }
 
 TEST(Recorder, FailsWhenAFileCannotBeWritten) {
@@ -121,26 +118,18 @@ TEST(Recorder, FailsWhenAFileCannotBeWritten) {
   Recorder recorder(folder.path(), 3, 8 * 6 * 4, IgnoreFirst);
   recorder.Add(FrameAt(0));
   recorder.Close();
-  try {
-    recorder.Finish();
-    FAIL() << "no failure";
-  } catch (const HostError& error) {
-    EXPECT_EQ(error.what(), "cannot write " + folder.PathOf("contact_sheet.png") + ": Is a directory");
-  }
+  EXPECT_EQ(FailureOf([&] { recorder.Finish(); }),
+            "cannot write " + folder.PathOf("contact_sheet.png") + ": Is a directory");
 }
 
 TEST(Recorder, FirstPictureThatCannotBeWrittenIsToldDuringTheRun) {
   Recorder recorder("/no/such/folder", 3, 8 * 6 * 4, IgnoreFirst);
   recorder.Check();
   recorder.Add(FrameAt(0));
-  try {
-    for (;;) {  // until the recorder's thread has failed
-      recorder.Check();
-      std::this_thread::yield();
-    }
-  } catch (const HostError& error) {
-    EXPECT_STREQ(error.what(), "cannot write /no/such/folder/frame_01.png: No such file or directory");
-  }
+  const auto wait_for_the_failure = [&] {
+    for (;; std::this_thread::yield()) recorder.Check();
+  };
+  EXPECT_EQ(FailureOf(wait_for_the_failure), "cannot write /no/such/folder/frame_01.png: No such file or directory");
 }
 
 }  // namespace

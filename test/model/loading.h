@@ -28,8 +28,6 @@ inline Loaded Load(const glb_builder::Bytes& file) {
   return LoadPath(folder.Write("model.glb", file));
 }
 
-inline Loaded Load(const glb_builder::Glb& glb) { return Load(glb.Build()); }
-
 /// A model that is not empty, for what has to empty or replace it.
 inline GLBModel PreviousModel() {
   MeshData mesh;

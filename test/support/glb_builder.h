@@ -40,7 +40,7 @@ inline void Append(Bytes& bytes, const Bytes& more) { bytes.insert(bytes.end(), 
 /// A JSON object as text.
 class JsonObject {
  public:
-  /// Adds a field behind the others.
+  /// Adds a field after the others.
   JsonObject& Add(const std::string& key, const std::string& value) {
     fields_.push_back({key, value});
     return *this;
@@ -117,7 +117,7 @@ class Accessor {
 
   size_t count() const { return data_.size() / element_size_; }
 
-  /// What the view covers: filler up to the offset, then the elements; no gap behind the last one.
+  /// What the view covers: filler up to the offset, then the elements; no gap after the last one.
   Bytes Data() const {
     Bytes laid(offset_, kFiller);
     for (size_t i = 0; i < count(); ++i) {
@@ -189,7 +189,7 @@ class Mesh {
   Mesh& Attribute(const std::string& key, const std::string& value) { return attributes_.Set(key, value), *this; }
   Mesh& WithoutAttribute(const std::string& key) { return attributes_.Remove(key), *this; }
 
-  /// A further primitive, given as a whole, behind the one that the builder makes.
+  /// A further primitive, given as a whole, after the one that the builder makes.
   Mesh& SecondPrimitive(const std::string& primitive) { return second_primitive_ = "," + primitive, *this; }
 
  private:
