@@ -22,8 +22,8 @@ typedef OrbiskHealthBuilder = Widget Function(BuildContext context, OrbiskHealth
 /// Shows the viewer's texture.
 ///
 /// With a [model] the view does everything: it opens the viewer, loads the model, starts, and closes it all when it goes. It
-/// also closes it while the application is not visible. Without one it only shows what the application does with the
-/// [controller].
+/// also closes it while it cannot be seen: while the application is not visible, or another page lies over the view's.
+/// Without one it only shows what the application does with the [controller].
 ///
 /// The plug-in does not say when it has drawn; so the placeholder goes [firstFrameTime] after rendering has started.
 class OrbiskView extends StatefulWidget {
@@ -63,12 +63,12 @@ class OrbiskView extends StatefulWidget {
   /// How the picture is scaled to its place on the screen.
   final FilterQuality filterQuality;
 
-  /// Whether the view closes the viewer while the application is not visible, and opens it anew afterwards, where there is a
-  /// [model]. It spares the board the drawing; on some drivers each opening costs memory, so false may be better where the
-  /// application is hidden often.
+  /// Whether the view closes the viewer while it cannot be seen, and opens it anew afterwards, where there is a [model]. It
+  /// spares the board the drawing; on some drivers each opening costs memory, so false may be better where the view is
+  /// hidden often.
   final bool closesWhenHidden;
 
-  /// Builds what is shown until the first frame. Null: nothing.
+  /// Builds what is shown until the first frame, and while another view has the viewer. Null: nothing.
   final WidgetBuilder? placeholderBuilder;
 
   /// Builds what is shown when something has failed: [OrbiskHealth.error] says what. Null: the health's words.
@@ -90,6 +90,7 @@ class _OrbiskViewState extends State<OrbiskView> with WidgetsBindingObserver {
 
   OrbiskController? _ownController;
   bool _isAppVisible = true;
+  bool _isOnStage = true;
 
   // Physical pixels: those that the viewer is open with, and those that the last layout asks for.
   ({int width, int height})? _pixels;
@@ -105,8 +106,15 @@ class _OrbiskViewState extends State<OrbiskView> with WidgetsBindingObserver {
   void initState() {
     super.initState();
     WidgetsBinding.instance.addObserver(this);
-    _isAppVisible = _isVisible(WidgetsBinding.instance.lifecycleState);
+    _isAppVisible = _showsApp(WidgetsBinding.instance.lifecycleState);
     _listenTo(_controller);
+  }
+
+  // Tickers stand still on a page that another one covers.
+  @override
+  void didChangeDependencies() {
+    super.didChangeDependencies();
+    _changeVisibility(() => _isOnStage = TickerMode.of(context));
   }
 
   @override
@@ -132,21 +140,7 @@ class _OrbiskViewState extends State<OrbiskView> with WidgetsBindingObserver {
   }
 
   @override
-  void didChangeAppLifecycleState(AppLifecycleState state) {
-    final bool isVisible = _isVisible(state);
-    if (isVisible == _isAppVisible) {
-      return;
-    }
-    _isAppVisible = isVisible;
-    if (widget.model == null || !widget.closesWhenHidden) {
-      return;
-    }
-    if (isVisible) {
-      _open();
-    } else {
-      unawaited(_settle(_controller.close()));
-    }
-  }
+  void didChangeAppLifecycleState(AppLifecycleState state) => _changeVisibility(() => _isAppVisible = _showsApp(state));
 
   @override
   void dispose() {
@@ -159,8 +153,23 @@ class _OrbiskViewState extends State<OrbiskView> with WidgetsBindingObserver {
   }
 
   // Null before the engine has said anything.
-  static bool _isVisible(AppLifecycleState? state) =>
+  static bool _showsApp(AppLifecycleState? state) =>
       state == null || state == AppLifecycleState.resumed || state == AppLifecycleState.inactive;
+
+  bool get _isVisible => _isAppVisible && _isOnStage;
+
+  void _changeVisibility(VoidCallback change) {
+    final bool wasVisible = _isVisible;
+    change();
+    if (widget.model == null || _isVisible == wasVisible) {
+      return;
+    }
+    if (!_isVisible && widget.closesWhenHidden) {
+      unawaited(_settle(_controller.close()));
+    } else if (_isVisible && (widget.closesWhenHidden || !_controller.isOpen)) {
+      _open(); // another view may have had the viewer meanwhile
+    }
+  }
 
   void _listenTo(OrbiskController controller) {
     controller.textureId.addListener(_showState);
@@ -204,7 +213,7 @@ class _OrbiskViewState extends State<OrbiskView> with WidgetsBindingObserver {
   void _open() {
     final String? model = widget.model;
     final ({int width, int height})? pixels = _pixels;
-    final bool isHidden = widget.closesWhenHidden && !_isAppVisible;
+    final bool isHidden = widget.closesWhenHidden && !_isVisible;
     if (model != null && pixels != null && !isHidden) {
       unawaited(_settle(_controller.show(model, width: pixels.width, height: pixels.height)));
     }
@@ -287,6 +296,8 @@ class _OrbiskViewState extends State<OrbiskView> with WidgetsBindingObserver {
   Widget _picture(BuildContext context) {
     final int? textureId = _controller.textureId.value;
     final OrbiskHealth health = _controller.health.value;
+    // That another view has the viewer is no failure: it is how pages change.
+    final bool hasFailed = health.error != null && health.error is! OrbiskOvertakenException;
     return Stack(
       alignment: Alignment.center,
       fit: StackFit.expand,
@@ -299,7 +310,7 @@ class _OrbiskViewState extends State<OrbiskView> with WidgetsBindingObserver {
             textDirection: _textDirection(context),
             child: Texture(textureId: textureId, filterQuality: widget.filterQuality),
           ),
-        if (health.error != null)
+        if (hasFailed)
           (widget.errorBuilder ?? _errorWords)(context, health)
         else if (!_isFirstFrameDrawn)
           widget.placeholderBuilder?.call(context) ?? const SizedBox.shrink()

@@ -80,7 +80,7 @@ class Orbisk extends StatefulWidget {
   /// What happens in a space that is not 4:3.
   final OrbiskFit fit;
 
-  /// Builds what is shown until the first frame. Null: nothing.
+  /// As [OrbiskView.placeholderBuilder].
   final WidgetBuilder? placeholderBuilder;
 
   /// As [OrbiskView.errorBuilder].

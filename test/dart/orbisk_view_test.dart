@@ -167,6 +167,41 @@ void main() {
       await leave(tester);
     });
 
+    testWidgets('closes while another page covers it, and opens again', (WidgetTester tester) async {
+      Widget page({required bool isOnStage}) =>
+          TickerMode(enabled: isOnStage, child: const OrbiskView(model: 'a.glb'));
+      await show(tester, page(isOnStage: true));
+      plugin.calls.clear();
+      await show(tester, page(isOnStage: false));
+      expect(plugin.steps, <String>['dispose']);
+      await show(tester, page(isOnStage: true));
+      expect(plugin.steps, <String>['dispose', 'dispose', 'createTexture', 'loadModel', 'startRendering']);
+      await leave(tester);
+    });
+
+    testWidgets('stays open on request, and then opens again only if another has taken the viewer',
+        (WidgetTester tester) async {
+      Widget page({required bool isOnStage}) =>
+          TickerMode(enabled: isOnStage, child: const OrbiskView(model: 'a.glb', closesWhenHidden: false));
+      await show(tester, page(isOnStage: true));
+      plugin.calls.clear();
+      await show(tester, page(isOnStage: false));
+      await show(tester, page(isOnStage: true));
+      expect(plugin.steps, isEmpty);
+
+      await show(tester, page(isOnStage: false));
+      final OrbiskController other = OrbiskController();
+      await other.show('b.glb');
+      await tester.pump();
+      expect(find.byType(Texture), findsNothing);
+      expect(find.byType(Text), findsNothing); // no failure
+      await show(tester, page(isOnStage: true));
+      expect(find.byType(Texture), findsOneWidget);
+      expect(other.isOpen, isFalse);
+      other.dispose();
+      await leave(tester);
+    });
+
     testWidgets('may go while it opens', (WidgetTester tester) async {
       plugin.hold('createTexture');
       await show(tester, const OrbiskView(model: 'a.glb'));
