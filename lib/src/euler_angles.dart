@@ -22,8 +22,8 @@ class EulerAngles {
 
   /// The angles in the order [AngleOrder.zyx] that make up [orientation], which may have any length.
   ///
-  /// Roll and yaw from -180 to 180, pitch from -90 to 90. With X straight up or down, where roll and yaw are turns about
-  /// one and the same axis, roll takes all of it and yaw is 0.
+  /// Roll and yaw from -180 to 180, pitch from -90 to 90. With X straight up or down, where roll and yaw are turns
+  /// about one and the same axis, roll takes all of it and yaw is 0.
   factory EulerAngles.of(Quaternion orientation) {
     final Quaternion q = orientation.normalized();
     final double sinePitch = 2 * (q.w * q.y - q.x * q.z);

@@ -3,11 +3,11 @@ import 'dart:async';
 /// Sends one value and gets its answer.
 typedef SendValue = Future<void> Function();
 
-/// Sends the values of one kind so that the newest wins: one is under way at most, the newest one that came meanwhile goes
-/// next, and what came in between is dropped.
+/// Sends the values of one kind so that the newest wins: one is under way at most, the newest one that came meanwhile
+/// goes next, and what came in between is dropped.
 class LatestSender {
-  /// A sender that is closed, with [initial] as its value. [interval] is the least time from one value's start to the next
-  /// one's; [onFailure] is told what a value failed with.
+  /// A sender that is closed, with [initial] as its value. [interval] is the least time from one value's start to the
+  /// next one's; [onFailure] is told what a value failed with.
   LatestSender({required SendValue initial, required this.interval, required this.onFailure}) : _latest = initial;
 
   /// The least time between two values.

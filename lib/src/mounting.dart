@@ -54,9 +54,9 @@ class Mounting {
     return Mounting(_turnToColumns(x, y, z).conjugate);
   }
 
-  /// As [Mounting.axes], from a text such as `+x,-z,+y`: sensor X along model X, sensor Y against model Z, sensor Z along
-  /// model Y. For a model that shows its nose to -Z and its top to Y, `-z,-x,+y` is a sensor with X forward, Y left and
-  /// Z up, and `-z,+x,-y` one with X forward, Y right and Z down.
+  /// As [Mounting.axes], from a text such as `+x,-z,+y`: sensor X along model X, sensor Y against model Z, sensor Z
+  /// along model Y. For a model that shows its nose to -Z and its top to Y, `-z,-x,+y` is a sensor with X forward, Y
+  /// left and Z up, and `-z,+x,-y` one with X forward, Y right and Z down.
   ///
   /// Throws a [FormatException] for anything else than three signed axes of a right hand.
   factory Mounting.parse(String text) {

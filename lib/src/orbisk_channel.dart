@@ -4,8 +4,8 @@ import 'orbisk_exception.dart';
 
 /// The plug-in's commands, as Dart calls them one by one. Each fails with an [OrbiskException].
 ///
-/// The plug-in takes each value in its exact type and does not answer at all where it finds another one. So the types of
-/// the parameters here are those on the channel: a double is one there too, and an int must fit into 32 bits.
+/// The plug-in takes each value in its exact type and does not answer at all where it finds another one. So the types
+/// of the parameters here are those on the channel: a double is one there too, and an int must fit into 32 bits.
 class OrbiskChannel {
   /// The one channel of the process.
   const OrbiskChannel();

@@ -15,20 +15,20 @@ import 'viewer_queue.dart';
 /// The viewer: one 3D model in one texture.
 ///
 /// **Calls** ([open], [load], [start], [stop], [close], and [show] for the first three) change what there is. They are
-/// carried out one after the other in the order in which they were made, so none has to be awaited before the next. Their
-/// futures fail with an [OrbiskException], and [health] tells the same.
+/// carried out one after the other in the order in which they were made, so none has to be awaited before the next.
+/// Their futures fail with an [OrbiskException], and [health] tells the same.
 ///
 /// **Values** ([setOrientation] and the other setters) change what is seen. They can be set at any time, also while the
-/// viewer is closed, and are kept over [close] and [open]. The newest wins: a sensor of 1,000 samples a second costs the
-/// application no more messages than one of 30.
+/// viewer is closed, and are kept over [close] and [open]. The newest wins: a sensor of 1,000 samples a second costs
+/// the application no more messages than one of 30.
 ///
 /// The process has one viewer. A controller that opens takes it from the one that had it; that one's [health] tells so.
 class OrbiskController {
   /// A controller that is closed.
   ///
-  /// [updateInterval] is the least time between two orientations that are sent; the plug-in draws a frame every 33 ms. It
-  /// must not be negative. [staleAfter] is how long the sensor may be silent before [health] says so, up to half as long
-  /// again; it must be longer than nothing, and null means for ever. Throws an [ArgumentError] otherwise.
+  /// [updateInterval] is the least time between two orientations that are sent; the plug-in draws a frame every 33 ms.
+  /// It must not be negative. [staleAfter] is how long the sensor may be silent before [health] says so, up to half as
+  /// long again; it must be longer than nothing, and null means for ever. Throws an [ArgumentError] otherwise.
   OrbiskController({this.updateInterval = const Duration(milliseconds: 33), this.staleAfter}) {
     if (updateInterval.isNegative) {
       throw ArgumentError.value(updateInterval, 'updateInterval', 'must not be negative');
@@ -54,8 +54,8 @@ class OrbiskController {
   final ValueNotifier<OrbiskHealth> _health =
       ValueNotifier<OrbiskHealth>(const OrbiskHealth(OrbiskCondition.noTexture));
 
-  // The plug-in keeps its values over "dispose", also those of an earlier controller: so each value has a first one here,
-  // and all are sent to every new viewer.
+  // The plug-in keeps its values over "dispose", also those of an earlier controller: so each value has a first one
+  // here, and all are sent to every new viewer.
   late final LatestSender _orientation = _senderOf(() => _channel.setQuaternion(x: 0, y: 0, z: 0, w: 1));
   late final LatestSender _reference = _senderOf(() => _channel.setBaseRotation(roll: 0, pitch: 0, yaw: 0));
   late final LatestSender _cameraDistance = _senderOf(() => _channel.setCameraDistance(distance: 3.5));
@@ -77,8 +77,8 @@ class OrbiskController {
   bool _hasRendered = false; // in the present texture
   OrbiskException? _error;
 
-  /// The identifier for a `Texture` widget; null while there is no texture. Each [open], and each [start] after a [stop],
-  /// brings a new one.
+  /// The identifier for a `Texture` widget; null while there is no texture. Each [open], and each [start] after a
+  /// [stop], brings a new one.
   ValueListenable<int?> get textureId => _textureId;
 
   /// What is missing for a live picture.
@@ -94,19 +94,19 @@ class OrbiskController {
   OrbiskFigures get figures =>
       OrbiskFigures(samples: _samples, sent: _orientation.sent, superseded: _orientation.superseded);
 
-  /// Makes the viewer and a texture of [width] x [height] **physical** pixels, without a model. A viewer that is open is
-  /// closed before.
+  /// Makes the viewer and a texture of [width] x [height] **physical** pixels, without a model. A viewer that is open
+  /// is closed before.
   ///
-  /// The picture is made for 4:3 and stretched by other proportions. Fails with an [ArgumentError] for a side below 1 or
-  /// for more than 536,870,911 pixels, and with [OrbiskPluginMissingException], [OrbiskInitFailedException],
+  /// The picture is made for 4:3 and stretched by other proportions. Fails with an [ArgumentError] for a side below 1
+  /// or for more than 536,870,911 pixels, and with [OrbiskPluginMissingException], [OrbiskInitFailedException],
   /// [OrbiskShaderFailedException] or [OrbiskOvertakenException].
   Future<void> open({int width = 640, int height = 480}) async {
     _checkSize(width, height);
     await _overtakeAndRun((int request) => _create(width, height, request));
   }
 
-  /// Loads the model at [modelPath], a binary glTF file (`.glb`): an asset's key, or a path that is absolute or begins in the
-  /// process's working directory. It takes the place of the one that was loaded before, also while rendering.
+  /// Loads the model at [modelPath], a binary glTF file (`.glb`): an asset's key, or a path that is absolute or begins
+  /// in the process's working directory. It takes the place of the one that was loaded before, also while rendering.
   ///
   /// Fails with an [ArgumentError] for an empty path, and with [OrbiskNotInitializedException],
   /// [OrbiskLoadFailedException] (no model is loaded then) or [OrbiskOvertakenException].
@@ -118,7 +118,8 @@ class OrbiskController {
   /// Starts drawing, about 30 frames a second. Nothing happens where it is being drawn already.
   ///
   /// After a [stop] the viewer is made anew, with the same size, model and values, because some drivers refuse a second
-  /// start to an old one. Fails with [OrbiskNotInitializedException] or [OrbiskNoModelException], or as [open] and [load] do.
+  /// start to an old one. Fails with [OrbiskNotInitializedException] or [OrbiskNoModelException], or as [open] and
+  /// [load] do.
   Future<void> start() => _run(_start);
 
   /// Ends drawing. The last frame stays in the texture. Nothing happens where nothing is drawn.
@@ -129,8 +130,8 @@ class OrbiskController {
         }
       });
 
-  /// [open], [load] and [start] in one call, with their arguments and errors. What comes after a step that fails is left
-  /// out.
+  /// [open], [load] and [start] in one call, with their arguments and errors. What comes after a step that fails is
+  /// left out.
   Future<void> show(String modelPath, {int width = 640, int height = 480}) async {
     _checkSize(width, height);
     _checkPath(modelPath);
@@ -149,8 +150,8 @@ class OrbiskController {
     }
   }
 
-  /// Closes the viewer and ends the controller: [textureId] and [health] no longer tell anything, and every other call is
-  /// refused with a [StateError].
+  /// Closes the viewer and ends the controller: [textureId] and [health] no longer tell anything, and every other call
+  /// is refused with a [StateError].
   void dispose() {
     if (_isDisposed) {
       return;
@@ -165,8 +166,8 @@ class OrbiskController {
     _health.dispose();
   }
 
-  /// Turns the model: [orientation] takes the model's coordinates to the viewer's, X right, Y up, Z towards the person. Of
-  /// any length; shorter than a millionth is no turn. An `OrientationTransform` makes it of what a sensor reports.
+  /// Turns the model: [orientation] takes the model's coordinates to the viewer's, X right, Y up, Z towards the person.
+  /// Of any length; shorter than a millionth is no turn. An `OrientationTransform` makes it of what a sensor reports.
   ///
   /// Throws an [ArgumentError] when it is not finite.
   void setOrientation(Quaternion orientation) {
@@ -178,8 +179,9 @@ class OrbiskController {
     );
   }
 
-  /// Turns the model by [angles], in the plug-in's own order: yaw about Z first, then pitch about Y, then roll about X, all
-  /// about the viewer's axes. For the angles of an IMU, which come in the other order, see [EulerAngles.toQuaternion].
+  /// Turns the model by [angles], in the plug-in's own order: yaw about Z first, then pitch about Y, then roll about X,
+  /// all about the viewer's axes. For the angles of an IMU, which come in the other order, see
+  /// [EulerAngles.toQuaternion].
   ///
   /// Throws an [ArgumentError] when they are not finite.
   void setRotation(EulerAngles angles) {
@@ -189,16 +191,16 @@ class OrbiskController {
     _takeSample(() => _channel.setRotation(roll: angles.roll, pitch: angles.pitch, yaw: angles.yaw));
   }
 
-  /// Turns the whole scene by [reference] after the model's own turn: what is seen is `reference * orientation`. At first no
-  /// turn.
+  /// Turns the whole scene by [reference] after the model's own turn: what is seen is `reference * orientation`. At
+  /// first no turn.
   ///
   /// Throws an [ArgumentError] when it is not finite.
   void setReferenceOrientation(Quaternion reference) {
     if (!reference.isFinite) {
       throw ArgumentError.value(reference, 'reference', 'must be finite');
     }
-    // NOTE: the plug-in keeps three angles and turns the scene by Rz(yaw) Ry(roll) Rx(pitch): its pitch is about X, its roll
-    // about Y.
+    // NOTE: the plug-in keeps three angles and turns the scene by Rz(yaw) Ry(roll) Rx(pitch): its pitch is about X, its
+    // roll about Y.
     final EulerAngles angles = EulerAngles.of(reference);
     _checkNotDisposed();
     _reference.offer(
@@ -206,8 +208,8 @@ class OrbiskController {
     );
   }
 
-  /// Sets how far the camera stands from the model's middle, in units of which a fitted model is 1.5 long: 3.5 at first.
-  /// The picture shows what is 0.1 to 100 away.
+  /// Sets how far the camera stands from the model's middle, in units of which a fitted model is 1.5 long: 3.5 at
+  /// first. The picture shows what is 0.1 to 100 away.
   ///
   /// Throws an [ArgumentError] when it is not finite.
   void setCameraDistance(double distance) {

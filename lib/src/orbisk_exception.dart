@@ -29,7 +29,8 @@ final class OrbiskPluginMissingException extends OrbiskException {
 /// Another `open`, `show` or `close` came after this call and before its end, or another controller took the viewer.
 final class OrbiskOvertakenException extends OrbiskException {
   /// The call was overtaken.
-  const OrbiskOvertakenException() : super._('A later call has overtaken this one: the viewer was closed or opened anew.');
+  const OrbiskOvertakenException()
+      : super._('A later call has overtaken this one: the viewer was closed or opened anew.');
 
   @override
   String? get code => null;

@@ -13,8 +13,8 @@ class OrbiskResolution {
         _maxWidth = null;
 
   /// As many physical pixels as the view covers on the screen, so that the picture is sharp: its logical size times the
-  /// device pixel ratio, but no more than [maxWidth] (1 at least) in width. Drawing and copying a frame cost in proportion
-  /// to its pixels.
+  /// device pixel ratio, but no more than [maxWidth] (1 at least) in width. Drawing and copying a frame cost in
+  /// proportion to its pixels.
   const OrbiskResolution.device({int maxWidth = 1280})
       : _width = 0,
         _height = 0,
@@ -24,7 +24,8 @@ class OrbiskResolution {
   final int _height;
   final int? _maxWidth;
 
-  /// The physical pixels for a view of [logicalSize] on a screen of [devicePixelRatio]; null where the view covers none.
+  /// The physical pixels for a view of [logicalSize] on a screen of [devicePixelRatio]; null where the view covers
+  /// none.
   ({int width, int height})? pixelsFor(Size logicalSize, double devicePixelRatio) {
     final int? maxWidth = _maxWidth;
     if (maxWidth == null) {

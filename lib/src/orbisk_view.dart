@@ -21,9 +21,9 @@ typedef OrbiskHealthBuilder = Widget Function(BuildContext context, OrbiskHealth
 
 /// Shows the viewer's texture.
 ///
-/// With a [model] the view does everything: it opens the viewer, loads the model, starts, and closes it all when it goes. It
-/// also closes it while it cannot be seen: while the application is not visible, or another page lies over the view's.
-/// Without one it only shows what the application does with the [controller].
+/// With a [model] the view does everything: it opens the viewer, loads the model, starts, and closes it all when it
+/// goes. It also closes it while it cannot be seen: while the application is not visible, or another page lies over the
+/// view's. Without one it only shows what the application does with the [controller].
 ///
 /// The plug-in does not say when it has drawn; so the placeholder goes [firstFrameTime] after rendering has started.
 class OrbiskView extends StatefulWidget {
@@ -51,7 +51,8 @@ class OrbiskView extends StatefulWidget {
   /// Whose texture is shown. Not disposed of by the view. Null: the view makes one of its own.
   final OrbiskController? controller;
 
-  /// The model that the view opens: an asset's key, or a path (see [OrbiskController.load]). Null: the application opens.
+  /// The model that the view opens: an asset's key, or a path (see [OrbiskController.load]). Null: the application
+  /// opens.
   final String? model;
 
   /// How many pixels are drawn, where there is a [model].
@@ -63,9 +64,9 @@ class OrbiskView extends StatefulWidget {
   /// How the picture is scaled to its place on the screen.
   final FilterQuality filterQuality;
 
-  /// Whether the view closes the viewer while it cannot be seen, and opens it anew afterwards, where there is a [model]. It
-  /// spares the board the drawing; on some drivers each opening costs memory, so false may be better where the view is
-  /// hidden often.
+  /// Whether the view closes the viewer while it cannot be seen, and opens it anew afterwards, where there is a
+  /// [model]. It spares the board the drawing; on some drivers each opening costs memory, so false may be better where
+  /// the view is hidden often.
   final bool closesWhenHidden;
 
   /// Builds what is shown until the first frame, and while another view has the viewer. Null: nothing.
@@ -74,8 +75,8 @@ class OrbiskView extends StatefulWidget {
   /// Builds what is shown when something has failed: [OrbiskHealth.error] says what. Null: the health's words.
   final OrbiskHealthBuilder? errorBuilder;
 
-  /// Builds what lies over the picture, such as a mark where the sensor has fallen silent ([OrbiskCondition.stale]). Null:
-  /// nothing.
+  /// Builds what lies over the picture, such as a mark where the sensor has fallen silent ([OrbiskCondition.stale]).
+  /// Null: nothing.
   final OrbiskHealthBuilder? overlayBuilder;
 
   /// What a screen reader says of the picture.

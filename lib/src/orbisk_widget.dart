@@ -38,8 +38,8 @@ class Orbisk extends StatefulWidget {
   })  : samples = null,
         delay = Duration.zero;
 
-  /// Shows [model], turned evenly from frame to frame: samples carry the sensor's own times, and the view shows what was
-  /// measured [delay] ago. See [OrientationSmoother].
+  /// Shows [model], turned evenly from frame to frame: samples carry the sensor's own times, and the view shows what
+  /// was measured [delay] ago. See [OrientationSmoother].
   const Orbisk.smooth({
     super.key,
     required this.model,
@@ -58,8 +58,8 @@ class Orbisk extends StatefulWidget {
   /// The model: an asset's key, or a path (see [OrbiskController.load]).
   final String model;
 
-  /// The sensor's axes to the Earth frame, as often as the sensor reports. Values that are not finite are left out; errors
-  /// are reported to [FlutterError.onError], and the stream goes on.
+  /// The sensor's axes to the Earth frame, as often as the sensor reports. Values that are not finite are left out;
+  /// errors are reported to [FlutterError.onError], and the stream goes on.
   final Stream<Quaternion>? orientation;
 
   /// As [orientation], with times.

@@ -3,12 +3,12 @@ import 'dart:collection';
 import 'orientation_sample.dart';
 import 'quaternion.dart';
 
-/// Makes an even motion of samples that arrive unevenly: gives the orientation between two samples for the time at which
-/// a frame is drawn.
+/// Makes an even motion of samples that arrive unevenly: gives the orientation between two samples for the time at
+/// which a frame is drawn.
 ///
-/// Samples carry the sensor's own times, and arrive some time later, now more, now less. The smoother takes the quickest
-/// arrival of the last seconds for what the two clocks differ by, and shows what was measured [delay] before now.
-/// All other times are by one clock of the caller's, such as a [Stopwatch].
+/// Samples carry the sensor's own times, and arrive some time later, now more, now less. The smoother takes the
+/// quickest arrival of the last seconds for what the two clocks differ by, and shows what was measured [delay] before
+/// now. All other times are by one clock of the caller's, such as a [Stopwatch].
 class OrientationSmoother {
   /// A smoother without samples.
   ///
@@ -80,8 +80,8 @@ class OrientationSmoother {
 
   /// The orientation to show at [now], of length 1, or null when there is no sample yet.
   ///
-  /// The newest one's where no newer has arrived in time. Samples that lie behind it are forgotten, so [now] must not go
-  /// back.
+  /// The newest one's where no newer has arrived in time. Samples that lie behind it are forgotten, so [now] must not
+  /// go back.
   Quaternion? orientationAt(Duration now) {
     final Duration? offset = _offset;
     if (offset == null) {

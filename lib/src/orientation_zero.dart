@@ -6,9 +6,9 @@ import 'quaternion.dart';
 
 /// What is taken as the zero of the orientations that are shown.
 ///
-/// An orientation `view` (the model's coordinates to the viewer's) is shown as `earthSide * view * bodySide`. The heading
-/// is corrected on the Earth's side, about the viewer's vertical (Y): turns about the horizontal are then seen by somebody
-/// who looks from the new heading. What tilts the sensor on its body is corrected on the body's side.
+/// An orientation `view` (the model's coordinates to the viewer's) is shown as `earthSide * view * bodySide`. The
+/// heading is corrected on the Earth's side, about the viewer's vertical (Y): turns about the horizontal are then seen
+/// by somebody who looks from the new heading. What tilts the sensor on its body is corrected on the body's side.
 ///
 /// Heading is the direction in which the model's Z axis points, seen from above; for one that points straight up or
 /// down, how far the whole model has turned about the vertical.
@@ -38,8 +38,8 @@ class OrientationZero {
   OrientationZero heading(Quaternion view) =>
       OrientationZero._(_headingOf((view.normalized() * bodySide).normalized()).conjugate, bodySide);
 
-  /// This zero with another mounting: the body is held level now, so roll and pitch of [view] become 0. The heading that the
-  /// sensor reports stays.
+  /// This zero with another mounting: the body is held level now, so roll and pitch of [view] become 0. The heading
+  /// that the sensor reports stays.
   OrientationZero mounting(Quaternion view) =>
       OrientationZero._(earthSide, (view.normalized().conjugate * _headingOf(view.normalized())).normalized());
 

@@ -1,6 +1,7 @@
 import 'dart:async';
 
-/// The calls that make, fill and end the process's one viewer, one after the other, whichever controller they come from.
+/// The calls that make, fill and end the process's one viewer, one after the other, whichever controller they come
+/// from.
 class ViewerQueue {
   /// The queue of this isolate.
   static ViewerQueue shared = ViewerQueue();

@@ -1,5 +1,5 @@
-// The orientation arithmetic against contract.csv (frames, mountings, orders of angles) and arithmetic.csv (everything else),
-// which test/flutter/orientation_test.cpp reads as well.
+// The orientation arithmetic against contract.csv (frames, mountings, orders of angles) and arithmetic.csv (everything
+// else), which test/flutter/orientation_test.cpp reads as well.
 
 import 'dart:math' as math;
 
@@ -37,7 +37,8 @@ void expectRow(String row) {
     case 'product':
       expectSame(quaternionOf(cells[1]) * quaternionOf(cells[2]), quaternionOf(cells[3]), row);
     case 'angle':
-      expect(quaternionOf(cells[1]).angleTo(quaternionOf(cells[2])), closeTo(double.parse(cells[3]), 1e-9), reason: row);
+      final double angle = quaternionOf(cells[1]).angleTo(quaternionOf(cells[2]));
+      expect(angle, closeTo(double.parse(cells[3]), 1e-9), reason: row);
     case 'slerp':
       expectSame(
         quaternionOf(cells[1]).slerp(quaternionOf(cells[2]), double.parse(cells[3])),

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Builds the package as the platform's tooling would: copies it into a folder that is only read and has a space in its
-path, writes the registrant that follows from its pubspec.yaml, builds both with clang in a stand-in application, runs that,
-and looks whether the copy is as it was.
+path, writes the registrant that follows from its pubspec.yaml, builds both with clang in a stand-in application, runs
+that, and looks whether the copy is as it was.
 
 usage: build_package.py SOURCE_FOLDER WORK_FOLDER CMAKE PROCESSOR FLUTTER_LIBRARY [EMULATOR...]
 
@@ -59,7 +59,8 @@ def main():
     source, work = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
     cmake, processor, flutter_library, *emulator = sys.argv[3:]
     remove(work)
-    package, links, build = work / "a package" / "orbisk", work / "an application" / "links", work / "an application" / "build"
+    package = work / "a package" / "orbisk"
+    links, build = work / "an application" / "links", work / "an application" / "build"
     copy_only_readable(source, package)
     before = contents(package)
     links.mkdir(parents=True)

@@ -4,7 +4,8 @@
 // usage: node channel_calls.mjs PACKAGE_FOLDER GRAMMAR_FOLDER ORBISK_PRINT_COMMANDS
 //
 // A call is looked for as `x.invokeMethod<T>('name', <String, T>{'key': value, ...})`. The values are parameters of the
-// function around it, so their types are known without a compiler. Anything else that could reach a channel is an error.
+// function around it, so their types are known without a compiler. Anything else that could reach a channel is an
+// error.
 
 import assert from 'node:assert/strict';
 import {execFileSync} from 'node:child_process';
@@ -15,8 +16,8 @@ import {dartFiles, dartParser, nodesOf, placeOf} from './dart_files.mjs';
 // A reference orientation goes as angles: as a quaternion the plug-in would turn it about exchanged axes.
 const NOT_USED = ['setBaseQuaternion'];
 const DART_TYPES = {int32: 'int', double: 'double', string: 'String'};
-const OTHER_WAYS = ['BasicMessageChannel', 'BinaryMessenger', 'EventChannel', 'OptionalMethodChannel', 'invokeListMethod',
-  'invokeMapMethod'];
+const OTHER_WAYS = ['BasicMessageChannel', 'BinaryMessenger', 'EventChannel', 'OptionalMethodChannel',
+  'invokeListMethod', 'invokeMapMethod'];
 
 const [root, grammarFolder, printCommands] = process.argv.slice(2);
 const parse = await dartParser(grammarFolder);
@@ -79,7 +80,8 @@ for (const file of dartFiles(root, ['lib'])) {
       continue;
     }
     const call = childOf(selector.nextNamedSibling, 'argument_part');
-    const [name, map, ...others] = childOf(call, 'arguments').namedChildren.map((argument) => argument.namedChildren[0]);
+    const values = childOf(call, 'arguments').namedChildren.map((argument) => argument.namedChildren[0]);
+    const [name, map, ...others] = values;
     assert.equal(others.length, 0, where);
     found.push({where, name: stringOf(name, where), arguments: argumentsOf(map, where)});
   }

@@ -6,8 +6,8 @@ import 'package:orbisk/orbisk.dart';
 class ImuRun {
   const ImuRun(this.samples);
 
-  /// Reads lines of `t,qx,qy,qz,qw` under a header of these names: seconds from the start, rising, and a quaternion. Throws
-  /// a [FormatException] where a line is something else.
+  /// Reads lines of `t,qx,qy,qz,qw` under a header of these names: seconds from the start, rising, and a quaternion.
+  /// Throws a [FormatException] where a line is something else.
   factory ImuRun.parse(String csv) {
     final List<String> lines = csv.trim().split('\n');
     if (lines.first.trim() != 't,qx,qy,qz,qw') {
@@ -35,7 +35,8 @@ class ImuRun {
       return Stream<OrientationSample>.fromIterable(samples);
     }
     // From one round's first sample to the next one's: the last pause stands between the rounds, too.
-    final Duration round = samples.last.time + samples.last.time - samples[samples.length - 2].time - samples.first.time;
+    final Duration lastPause = samples.last.time - samples[samples.length - 2].time;
+    final Duration round = samples.last.time - samples.first.time + lastPause;
     final Stopwatch clock = Stopwatch();
     int next = 0;
     Timer? timer;

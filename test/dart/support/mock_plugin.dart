@@ -4,7 +4,8 @@ import 'package:flutter/services.dart';
 import 'package:flutter_test/flutter_test.dart';
 import 'package:orbisk/src/viewer_queue.dart';
 
-/// Stands for the plug-in: answers the channel as that does, remembers what was called, and fails or waits where told to.
+/// Stands for the plug-in: answers the channel as that does, remembers what was called, and fails or waits where told
+/// to.
 class MockPlugin {
   static const MethodChannel channel = MethodChannel('orbisk');
 
