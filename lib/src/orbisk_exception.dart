@@ -93,7 +93,7 @@ final class OrbiskNoModelException extends OrbiskException {
 /// An error that this package does not know: the plug-in's library is of another version.
 final class OrbiskUnknownException extends OrbiskException {
   /// With the plug-in's own [code] and [message].
-  const OrbiskUnknownException(this.code, String message) : super._(message);
+  const OrbiskUnknownException(this.code, super.message) : super._();
 
   @override
   final String code;
