@@ -21,6 +21,7 @@ void main() {
     // The sensor's clock is 1000 ms ahead, and the second sample arrives 7 ms late.
     smoother.add(sampleAt(1000, 0), arrival: ms(0));
     smoother.add(sampleAt(1010, 10), arrival: ms(17));
+    expect(degreesAt(smoother, 5), closeTo(0, 1e-9));
     expect(degreesAt(smoother, 20), closeTo(0, 1e-9));
     expect(degreesAt(smoother, 25), closeTo(5, 1e-9));
     expect(degreesAt(smoother, 28), closeTo(8, 1e-9));
