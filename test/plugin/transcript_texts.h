@@ -35,6 +35,10 @@ std::string RegisterTranscript(int id, int message);
 /// A whole "createTexture".
 std::string CreateTranscript(int renderer, int width, int height, ViewerWas viewer, int id, int message);
 
+/// What stands in InitializeTranscript() for the default display's eglGetDisplay where there is none: {node} is the second
+/// that is tried, and opens.
+extern const std::string kDrmNodeDisplay;
+
 /// The end of a renderer: {n} and the names of its GL objects.
 extern const std::string kReleaseRenderer;
 
