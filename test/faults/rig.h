@@ -9,7 +9,6 @@
 #include "test/plugin/fake_graphics_fixture.h"
 
 inline constexpr char kOutOfMemory[] = "throws std::bad_alloc";
-inline constexpr char kUnanswered[] = "Warning: Failed to respond to a message. This is a memory leak.\n";
 
 /// As AnswerText has it, or the exception's type: "throws ...".
 using Outcome = std::string;

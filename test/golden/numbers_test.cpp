@@ -13,6 +13,7 @@
 #include "test/golden/poses.h"
 #include "test/model/glb_builder.h"
 #include "test/plugin/built_library.h"
+#include "test/plugin/fresh_graphics.h"
 
 namespace {
 
@@ -47,10 +48,6 @@ glb_builder::Mesh Landscape() {
   }
   return glb_builder::Mesh(glb_builder::Floats(positions)).Indices(glb_builder::Ushorts(indices));
 }
-
-struct FreshGraphics {
-  FreshGraphics() { fake_graphics::Reset(); }
-};
 
 // A plug-in of its own for each pose: what one has set stays set after "dispose".
 class Viewer : private FreshGraphics, public CommandTest {

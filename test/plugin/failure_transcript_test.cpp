@@ -26,8 +26,6 @@ std::string OutLines(const std::vector<std::string>& lines) {
 
 std::string OutBanner(const std::string& line) { return OutLines({kBar, line, kBar}); }
 
-const std::string kUnanswered = "err: Warning: Failed to respond to a message. This is a memory leak.\n";
-
 class FailureTranscriptTest : public TranscriptTest {
  protected:
   // How the fake embedder records the answer to the latest message.
@@ -116,7 +114,7 @@ TEST_P(CommandWithArgumentsTest, AValueOfAnotherTypeThrowsUnanswered) {
       arguments[EncodableValue(wrong.key)] = value;
       EXPECT_THROW(Call(GetParam().name, Map(arguments)), std::bad_variant_access);
       EXPECT_FALSE(embedder_.last_reply().answered());
-      EXPECT_EQ(TakePlatformTranscript(), LinesAtFirst(GetParam()) + kUnanswered);
+      EXPECT_EQ(TakePlatformTranscript(), LinesAtFirst(GetParam()) + "err: " + kUnanswered);
     }
   }
 }
@@ -332,7 +330,7 @@ TEST_F(FailureTranscriptTest, ANumberOutOfRangeInTheModelLeavesTheCommandUnanswe
                                       .Build());
   EXPECT_THROW(Call("loadModel", Map({{"modelPath", path}})), std::out_of_range);
   EXPECT_FALSE(embedder_.last_reply().answered());
-  EXPECT_EQ(TakePlatformTranscript(), LoadAttempts(path, {path}) + kUnanswered);
+  EXPECT_EQ(TakePlatformTranscript(), LoadAttempts(path, {path}) + "err: " + kUnanswered);
   EXPECT_EQ(Call("setModelScale", Map({{"scale", 2.0}})), "success true") << "the lock is free";
 }
 

@@ -2,11 +2,8 @@
 #define TEST_PLUGIN_FAKE_GRAPHICS_FIXTURE_H_
 
 #include "fake_graphics.h"
+#include "test/plugin/fresh_graphics.h"
 #include "test/plugin/source_fixture.h"
-
-struct FreshGraphics {
-  FreshGraphics() { fake_graphics::Reset(); }
-};
 
 /// The fixture of test programs that have the plug-in's source inside, on fake graphics libraries.
 class FakeGraphicsPluginTest : private FreshGraphics, public PluginTest {

@@ -36,15 +36,6 @@ TEST_F(OrientationCommandsTest, SetQuaternionIdentityStoresZeroAnglesAndLogsNoth
   EXPECT_EQ(out_.Take(), "");
 }
 
-TEST_F(OrientationCommandsTest, SetQuaternionAtThePoleStoresAPitchOfExactly90) {
-  Call("setQuaternion", QuaternionArguments(0, 0.7071068, 0, 0.7071068));
-  EXPECT_EQ(State()->pitch, 90.0f);
-  Call("setQuaternion", QuaternionArguments(0, -0.7071068, 0, 0.7071068));
-  EXPECT_EQ(State()->pitch, -90.0f);
-  Call("setQuaternion", QuaternionArguments(0, 5, 0, 5));
-  EXPECT_EQ(State()->pitch, 90.0f);
-}
-
 TEST_F(OrientationCommandsTest, SetQuaternionDerivesTheAnglesOfEachAxis) {
   const double sine = std::sin(0.25);
   const double cosine = std::cos(0.25);
@@ -80,13 +71,6 @@ TEST_F(OrientationCommandsTest, SetRotationByOneAngleAloneTurnsAboutItsAxis) {
   ExpectQuaternion(0, 0, 0.7071068f, 0.7071068f, kRounding);
   EXPECT_EQ(State()->yaw, 90.0f);
   EXPECT_EQ(out_.Take(), "");
-}
-
-TEST_F(OrientationCommandsTest, SetRotationOfSeveralAxesDoesNotReadBackThroughSetQuaternion) {
-  Call("setRotation", AngleArguments(30, 40, 50));
-  EXPECT_EQ(State()->roll, 30.0f);
-  Call("setQuaternion", QuaternionArguments(State()->quat_x, State()->quat_y, State()->quat_z, State()->quat_w));
-  EXPECT_GT(std::abs(State()->roll - 30.0f), 1.0f);
 }
 
 TEST_F(OrientationCommandsTest, SetRotationWithNotANumberStoresItUnnormalised) {
@@ -141,15 +125,6 @@ TEST_F(OrientationCommandsTest, DistanceAndScaleTakeAnyNumberAndAreLoggedAsRecei
     EXPECT_EQ(out_.Take(), std::string("[Orbisk] Model scale set to: ") + row.text + "\n");
     EXPECT_EQ(State()->model_scale, static_cast<float>(row.value));
   }
-}
-
-TEST_F(OrientationCommandsTest, ValuesPersistAcrossDisposeAndAreTakenAfterIt) {
-  Call("setQuaternion", QuaternionArguments(0, 1, 0, 0));
-  Call("dispose");
-  EXPECT_EQ(Call("setModelScale", Map({{"scale", 4.0}})), "success true");
-  CreateTexture();
-  ExpectQuaternion(0, 1, 0, 0);
-  EXPECT_EQ(State()->model_scale, 4.0f);
 }
 
 TEST_F(OrientationCommandsTest, AllThatHasBeenSetSurvivesCreateTextureAndDispose) {

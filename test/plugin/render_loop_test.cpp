@@ -55,12 +55,6 @@ std::string Warning(const char* registrar, const char* texture_id) {
          "\n";
 }
 
-std::string Repeated(int count, const std::string& text) {
-  std::string all;
-  for (int i = 0; i < count; ++i) all += text;
-  return all;
-}
-
 std::string Waiting(const char* renderer, int mesh_count) {
   return "[Orbisk] Waiting for renderer/model... renderer=" + std::string(renderer) +
          " mesh_count=" + std::to_string(mesh_count) + "\n";
@@ -143,7 +137,7 @@ TEST_F(RenderLoopTest, WithoutARegistrarItDrawsAndWarnsFiveTimesThenNeverAgain) 
   RunUntil(*State(), [this] { return frames_ == 8; });
   plugin_under_test::SetRegistrar(registrar);
   EXPECT_EQ(out_.Take(), kStarted + OrbiskLines({"EGL context made current in rendering thread"}) +
-                             Repeated(5, Warning("NULL", "7")) + Stopped(8));
+                             Times(5, Warning("NULL", "7")) + Stopped(8));
   EXPECT_EQ(embedder_.texture(id).marks, 0);
 }
 
@@ -155,7 +149,7 @@ TEST_F(RenderLoopTest, WithoutATextureItDrawsAndWarnsFiveTimesThenNeverAgain) {
   RunUntil(*State(), [this] { return frames_ == 8; });
   State()->texture_id = id;
   EXPECT_EQ(out_.Take(), kStarted + OrbiskLines({"EGL context made current in rendering thread"}) +
-                             Repeated(5, Warning("OK", "-1")) + Stopped(8));
+                             Times(5, Warning("OK", "-1")) + Stopped(8));
   EXPECT_EQ(embedder_.texture(id).marks, 0);
   EXPECT_EQ(frame->buffer[0], 9) << "drawn and read back all the same";
 }

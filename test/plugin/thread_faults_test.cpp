@@ -10,8 +10,6 @@
 
 namespace {
 
-const std::string kUnanswered = "Warning: Failed to respond to a message. This is a memory leak.\n";
-
 class ThreadFaultsTest : public PluginTest {};
 
 TEST_F(ThreadFaultsTest, AThreadThatCannotBeMadeLeavesStartRenderingUnansweredAndTheNextStartWorks) {

@@ -2,11 +2,11 @@
 // as a whole. A board's driver far away is told from ours by nothing else.
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cmath>
 #include <thread>
 
+#include "test/plugin/double_matrices.h"
 #include "test/plugin/transcript_fixture.h"
 #include "test/plugin/transcript_texts.h"
 
@@ -178,18 +178,6 @@ TEST_F(TranscriptTest, AFrameThatIsDrawnWhileItsViewerIsDisposedIsNotAnnounced) 
 
 // ---- The matrix --------------------------------------------------------------------------------------------
 
-using Rows = std::array<std::array<double, 4>, 4>;
-
-Rows Product(const Rows& a, const Rows& b) {
-  Rows product = {};
-  for (size_t row = 0; row < 4; ++row) {
-    for (size_t column = 0; column < 4; ++column) {
-      for (size_t k = 0; k < 4; ++k) product[row][column] += a[row][k] * b[k][column];
-    }
-  }
-  return product;
-}
-
 TEST_F(TranscriptTest, TheMatrixOfAFrameFollowsFromFileAndState) {
   // The two meshes reach from (0, 0, 0) to (2, 2, 1).
   CreateViewer();
@@ -201,28 +189,10 @@ TEST_F(TranscriptTest, TheMatrixOfAFrameFollowsFromFileAndState) {
   gate_.Open();
   Call("stopRendering");
 
-  const double scale = 1.5 / 2.0 * 2.0;
-  const double angle = 2 * std::atan2(0.6, 1.6);
-  const auto radians = [](double degrees) { return degrees * M_PI / 180; };
-  const auto x_turn = [](double a) {
-    return Rows{{{1, 0, 0, 0}, {0, std::cos(a), -std::sin(a), 0}, {0, std::sin(a), std::cos(a), 0}, {0, 0, 0, 1}}};
-  };
-  const auto y_turn = [](double a) {
-    return Rows{{{std::cos(a), 0, std::sin(a), 0}, {0, 1, 0, 0}, {-std::sin(a), 0, std::cos(a), 0}, {0, 0, 0, 1}}};
-  };
-  const auto z_turn = [](double a) {
-    return Rows{{{std::cos(a), -std::sin(a), 0, 0}, {std::sin(a), std::cos(a), 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
-  };
-  const Rows model = Product(
-      x_turn(angle), Rows{{{scale, 0, 0, -scale}, {0, scale, 0, -scale}, {0, 0, scale, -scale / 2}, {0, 0, 0, 1}}});
-  const Rows view = Product(Rows{{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, -5}, {0, 0, 0, 1}}},
-                            Product(z_turn(radians(40)), Product(y_turn(radians(20)), x_turn(radians(30)))));
-  const double focal = 1 / std::tan(M_PI / 6);
-  const Rows projection = {{{focal * 3 / 4, 0, 0, 0},
-                            {0, focal, 0, 0},
-                            {0, 0, -(100 + 0.1) / (100 - 0.1), -2 * 100 * 0.1 / (100 - 0.1)},
-                            {0, 0, -1, 0}}};
-  const Rows expected = Product(projection, Product(view, model));
+  const Rows model =
+      Turned(kXAxis, 2 * std::atan2(0.6, 1.6) / kRadiansPerDegree) * Scaled(1.5 / 2 * 2) * Moved(-1, -1, -0.5);
+  const Rows view = Moved(0, 0, -5) * Turned(kZAxis, 40) * Turned(kYAxis, 20) * Turned(kXAxis, 30);
+  const Rows expected = Perspective() * view * model;
 
   const std::vector<fake_graphics::Draw> draws = fake_graphics::Draws();
   ASSERT_GE(draws.size(), 2u);

@@ -293,12 +293,6 @@ out: [Orbisk] Disposed (state and texture kept alive for safety)
 MessengerSendResponse(message {message}, 2 bytes)
 )";
 
-std::string Times(int count, const std::string& text) {
-  std::string all;
-  for (int i = 0; i < count; ++i) all += text;
-  return all;
-}
-
 std::string WithoutMatrices(std::string transcript) {
   const std::string before = "glUniformMatrix4fv(7, 1, GL_FALSE, ";
   for (size_t at = transcript.find(before); at != std::string::npos; at = transcript.find(before, at + 1)) {

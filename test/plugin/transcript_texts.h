@@ -57,8 +57,6 @@ extern const std::string kThreadStop;  // {count}
 extern const std::string kStop;        // {message}
 extern const std::string kDispose;     // {id} {message}, and those of kReleaseRenderer
 
-std::string Times(int count, const std::string& text);
-
 /// `transcript` with {matrix} in place of each matrix: their numbers are known to a rounding only, and looked at apart.
 std::string WithoutMatrices(std::string transcript);
 

@@ -141,6 +141,7 @@ TEST_F(DisplayOnFakesTest, ANodeThatIsNoGbmDeviceIsReportedThenClosedAtOnce) {
   std::vector<std::string> errors_before;
   fake_graphics::SetHook("close", [&] { errors_before.push_back(err_.Take()); });
   ExpectFailure(false, "Successfully opened DRM device: " + kNodes[0], {});
+  fake_graphics::SetHook("close", nullptr);
   EXPECT_THAT(errors_before, ElementsAre(RendererLines({"Failed to create GBM device"})));
   EXPECT_THAT(fake_graphics::Alive(), IsEmpty());
 }
@@ -163,7 +164,7 @@ TEST_F(DisplayOnFakesTest, ADeviceWithoutADisplayIsReportedWithEglsError) {
   EXPECT_THAT(fake_graphics::Alive(), ElementsAre("fd1", "gbm1"));
 }
 
-TEST_F(DisplayOnFakesTest, SoIsOneWithoutThePlatformFunction) {
+TEST_F(DisplayOnFakesTest, WithoutThePlatformFunctionAMissingDisplayIsReportedToo) {
   SetNodes({kNodes[0]});
   fake_graphics::SetPlatformDisplayFunction(false);
   fake_graphics::FailCall("eglGetDisplay", 2, EGL_BAD_ALLOC);
