@@ -12,8 +12,9 @@
 
 #include "bench/lean_embedder.h"
 #include "fake_graphics.h"
-#include "test/faults/operator_new.h"
-#include "test/model/glb_builder.h"
+#include "test/support/files.h"
+#include "test/support/glb_builder.h"
+#include "test/support/operator_new.h"
 
 using namespace std::chrono_literals;
 using flutter::EncodableMap;
@@ -41,7 +42,7 @@ class Viewer {
   bool good() const { return good_; }
 
  private:
-  const glb_builder::TemporaryFolder folder_;
+  const TemporaryFolder folder_;
   bool good_ = false;
 };
 

@@ -5,7 +5,8 @@
 #include <map>
 #include <random>
 
-#include "test/model/glb_builder.h"
+#include "test/support/files.h"
+#include "test/support/glb_builder.h"
 
 namespace {
 
@@ -95,7 +96,7 @@ GeneratedModel Generate(const ModelShape& shape, const std::string& path) {
   }
   model.path = path;
   model.json = WithScene(glb.JsonText(), shape.mesh_count);
-  glb.Json(model.json).Bin(glb.BinData()).Write(path);
+  WriteFile(path, glb.Json(model.json).Bin(glb.BinData()).Build());
   return model;
 }
 

@@ -3,8 +3,10 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cstring>
+
 #include "bench/generated_models.h"
-#include "model/glb_loader.cpp"  // NOLINT: for what it keeps in its unnamed namespace
+#include "model/json_scanning.h"
 
 namespace {
 
@@ -26,11 +28,13 @@ Lookup LastAccessor(const ModelShape& shape) {
 
 void ScanWithOrbisk(benchmark::State& state, const Lookup& lookup) {
   std::string element;
-  if (!get_array_element_object(lookup.passed, "accessors", lookup.index, element) || element != lookup.accessor) {
+  if (!json_scanning::get_array_element_object(lookup.passed, "accessors", lookup.index, element) ||
+      element != lookup.accessor) {
     return state.SkipWithError("another accessor");
   }
   for (auto _ : state) {
-    benchmark::DoNotOptimize(get_array_element_object(lookup.passed, "accessors", lookup.index, element));
+    benchmark::DoNotOptimize(
+        json_scanning::get_array_element_object(lookup.passed, "accessors", lookup.index, element));
   }
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "byte_buffer_streams.h"
+#include "container_read.h"
 #include "error_line.h"
 #include "flutter/standard_codec_serializer.h"
 #include "flutter/standard_message_codec.h"
@@ -67,34 +68,6 @@ const Codec& CodecFor(const StandardCodecSerializer* serializer, MakeCodec make_
 }  // namespace
 
 // ---- StandardCodecSerializer -------------------------------------------------------------------------------
-
-/// A list or map while it is being read: how deep it lies, and how much memory it may ask for ahead.
-///
-/// Every element takes a byte of the message at least, so all lists that are open at one time together cannot
-/// hold more elements than the message has bytes; what enclosing lists have reserved is no longer there for this
-/// one.
-class ContainerRead {
- public:
-  ContainerRead(ByteStreamReader* stream, size_t claimed_elements) : stream_(stream) {
-    const size_t left = stream->BytesLeft();
-    reserved_ = std::min(claimed_elements, left - std::min(left, stream->reserved_elements_));
-    stream->reserved_elements_ += reserved_;
-    ++stream->open_containers_;
-  }
-  ~ContainerRead() {
-    stream_->reserved_elements_ -= reserved_;
-    --stream_->open_containers_;
-  }
-  ContainerRead(const ContainerRead&) = delete;
-  ContainerRead& operator=(const ContainerRead&) = delete;
-
-  bool too_deep() const { return stream_->open_containers_ > StandardCodecSerializer::kMaxNesting; }
-  size_t reserved() const { return reserved_; }
-
- private:
-  ByteStreamReader* stream_;
-  size_t reserved_;
-};
 
 const StandardCodecSerializer& StandardCodecSerializer::GetInstance() {
   static const auto* const instance = new StandardCodecSerializer();

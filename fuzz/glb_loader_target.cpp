@@ -12,9 +12,12 @@
 //     are;
 //   - nothing is thrown but what the header names, and the meshes decoded until then can be drawn as well.
 
-#include "fuzz/fuzz_target.h"
+#include <stdexcept>
+#include <string>
+#include <vector>
 
-#include "model/glb_loader.cpp"  // NOLINT: for the part that has the file's bytes
+#include "fuzz/fuzz_target.h"
+#include "model/glb_container.h"
 
 namespace {
 
@@ -38,7 +41,7 @@ void Load(const std::vector<uint8_t>& bytes) {
   GLBModel model;
   std::string log = kEarlierLog;
   try {
-    FUZZ_REQUIRE(add_meshes(bytes, model, &log) == !model.meshes.empty());
+    FUZZ_REQUIRE(glb::add_meshes(bytes, model, &log) == !model.meshes.empty());
   } catch (const std::invalid_argument& exception) {
     FUZZ_REQUIRE(exception.what() == std::string_view("stoi") || exception.what() == std::string_view("stof"));
   } catch (const std::out_of_range& exception) {

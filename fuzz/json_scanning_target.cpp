@@ -9,11 +9,20 @@
 // sanitizer); what they return lies inside it and is the first of its kind; objects have their braces; a number's
 // digits stand in the text; only the number conversions throw.
 
-#include "fuzz/fuzz_target.h"
+#include "model/json_scanning.h"
 
-#include "model/glb_loader.cpp"  // NOLINT: for what it keeps in its unnamed namespace
+#include <cmath>
+#include <cstdlib>
+#include <iterator>
+#include <stdexcept>
+
+#include "fuzz/fuzz_target.h"
+#include "model/glb_container.h"
+#include "model/mesh_primitive.h"
 
 namespace {
+
+using namespace json_scanning;
 
 constexpr std::string_view kKeys[] = {"meshes",    "primitives",    "attributes",      "POSITION",
                                       "NORMAL",    "indices",       "material",        "materials",
@@ -137,7 +146,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   ScanForNumbers(text, key);
   ScanForTexts(text, key, index);
   ScanArray(text, start, index);
-  ConvertNumber("stof", [&] { load_material(text, index); });
-  FUZZ_REQUIRE(count_meshes(text) <= text.size());
+  ConvertNumber("stof", [&] { glb::load_material(text, index); });
+  FUZZ_REQUIRE(glb::count_meshes(text) <= text.size());
   return 0;
 }

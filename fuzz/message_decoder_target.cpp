@@ -15,8 +15,7 @@
 // Numbers that are no number count as equal when their bits are. Where a map's key holds one, keys are no longer in one
 // order: the map that is read back may hold fewer of them, and only the sanitizers watch.
 
-#include "fuzz/fuzz_target.h"
-
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <deque>
@@ -24,10 +23,13 @@
 #include <utility>
 #include <variant>
 
+#include "client_wrapper/byte_buffer_streams.h"
+#include "client_wrapper/container_read.h"
+#include "flutter/standard_message_codec.h"
+#include "flutter/standard_method_codec.h"
 #include "fuzz/answer.h"
+#include "fuzz/fuzz_target.h"
 #include "fuzz/message_kind.h"
-
-#include "client_wrapper/standard_codec.cpp"  // NOLINT: for the nesting that it keeps to itself
 
 namespace {
 

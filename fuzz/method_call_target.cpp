@@ -38,9 +38,10 @@
 #include "fuzz/fuzz_target.h"
 #include "fuzz/graphics_stand_in.h"
 #include "fuzz/model_files.h"
-#include "fuzz/short_memory.h"
 #include "fuzz/step.h"
 #include "test/fakes/fake_embedder.h"
+#include "test/support/files.h"
+#include "test/support/operator_new.h"
 
 #include "plugin/orbisk_plugin.cpp"  // NOLINT: for the viewer state in its unnamed namespace
 
@@ -254,7 +255,7 @@ class InModelFolder {
 
  private:
   static int MakeFolder() {
-    static const glb_builder::TemporaryFolder folder;
+    static const TemporaryFolder folder;
     for (const auto& [name, glb] : fuzz::ModelFiles()) folder.Write(name, glb);
     return open(folder.path().c_str(), O_PATH | O_DIRECTORY);
   }
@@ -273,7 +274,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   g_next_frame = false;
   g_render_thread_ended = false;
   const InModelFolder in_model_folder;
-  const fuzz::ShortMemory short_memory(kMemory);
+  const operator_new::Limit short_memory(kMemory);
 
   fuzz::Input input(data, size);
   Plugin plugin;

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "test/model/glb_builder.h"
+#include "test/support/glb_builder.h"
 
 namespace fuzz {
 

@@ -17,7 +17,8 @@
 #include "fuzz/message_kind.h"
 #include "fuzz/model_files.h"
 #include "fuzz/step.h"
-#include "test/model/glb_builder.h"
+#include "test/support/files.h"
+#include "test/support/glb_builder.h"
 
 namespace {
 
@@ -216,7 +217,7 @@ std::vector<Seed> MethodCallSeeds() {
 
 void Write(const std::filesystem::path& folder, const std::vector<Seed>& seeds) {
   std::filesystem::create_directories(folder);
-  for (const Seed& seed : seeds) Glb::WriteFile(folder / seed.name, seed.bytes);
+  for (const Seed& seed : seeds) WriteFile((folder / seed.name).string(), seed.bytes);
 }
 
 }  // namespace

@@ -94,20 +94,20 @@ inline size_t find_quoted(std::string_view text, std::string_view word, size_t s
   return position == kBlock ? std::string_view::npos : start + position;
 }
 
-/// The braces of a text, one after the other, and what is as rare as they come and stands behind them in ASCII: bars,
-/// tildes and DEL.
-class Braces {
+/// Where a text may have braces, one place after the other: the caller looks which it is, if it is one. The other
+/// characters that come after the letters in ASCII come along, bars, tildes and DEL, which are as rare.
+class BraceCandidates {
  public:
   /// Those at or after `start`.
-  Braces(std::string_view text, size_t start)
-      : text_(text), block_(std::min(start, text.size())), bits_(BitsOfBlock()) {}
+  BraceCandidates(std::string_view text, size_t start)
+      : text_(text), block_(std::min(start, text.size())), bits_(bits_of_block()) {}
 
   /// The position of the next one, or the text's size when there is none.
-  size_t Next() {
+  size_t next() {
     while (bits_ == 0) {
       if (text_.size() - block_ <= kBlock) return text_.size();
       block_ += kBlock;
-      bits_ = BitsOfBlock();
+      bits_ = bits_of_block();
     }
     const size_t position = block_ + lowest(bits_);
     bits_ &= bits_ - 1;
@@ -115,20 +115,20 @@ class Braces {
   }
 
  private:
-  uint64_t BitsOfBlock() const {
-    if (text_.size() - block_ >= kBlock) return BitsOf(text_.data() + block_);
+  uint64_t bits_of_block() const {
+    if (text_.size() - block_ >= kBlock) return bits_of(text_.data() + block_);
     char rest[kBlock] = {};
     std::memcpy(rest, text_.data() + block_, text_.size() - block_);
-    return BitsOf(rest);
+    return bits_of(rest);
   }
   // What is not ASCII is negative.
-  static uint64_t BitsOf(const char* block) {
+  static uint64_t bits_of(const char* block) {
     return bits_where([=](size_t offset) -> Vector { return vector_at(block + offset) > all('z'); });
   }
 
   std::string_view text_;
   size_t block_;   // where the block begins that is looked at
-  uint64_t bits_;  // its braces that are still to come
+  uint64_t bits_;  // its candidates that are still to come
 };
 
 }  // namespace text_search

@@ -159,36 +159,56 @@ void FlutterDesktopTextureRegistrarUnregisterExternalTexture(FlutterDesktopTextu
 
 static_assert(sizeof(void*) == 8 && sizeof(size_t) == 8, "the embedder's layout is that of a 64-bit target");
 
-static_assert(sizeof(FlutterDesktopMessage) == 40, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopMessage, channel) == 8, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopMessage, message) == 16, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopMessage, message_size) == 24, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopMessage, response_handle) == 32, "the embedder's layout");
+static_assert(sizeof(FlutterDesktopMessage) == 40);
+static_assert(offsetof(FlutterDesktopMessage, struct_size) == 0);
+static_assert(offsetof(FlutterDesktopMessage, channel) == 8);
+static_assert(offsetof(FlutterDesktopMessage, message) == 16);
+static_assert(offsetof(FlutterDesktopMessage, message_size) == 24);
+static_assert(offsetof(FlutterDesktopMessage, response_handle) == 32);
 
-static_assert(sizeof(FlutterDesktopPixelBuffer) == 40, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopPixelBuffer, width) == 8, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopPixelBuffer, height) == 16, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopPixelBuffer, release_callback) == 24, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopPixelBuffer, release_context) == 32, "the embedder's layout");
+static_assert(sizeof(FlutterDesktopPixelBuffer) == 40);
+static_assert(offsetof(FlutterDesktopPixelBuffer, buffer) == 0);
+static_assert(offsetof(FlutterDesktopPixelBuffer, width) == 8);
+static_assert(offsetof(FlutterDesktopPixelBuffer, height) == 16);
+static_assert(offsetof(FlutterDesktopPixelBuffer, release_callback) == 24);
+static_assert(offsetof(FlutterDesktopPixelBuffer, release_context) == 32);
 
-static_assert(sizeof(FlutterDesktopEGLImage) == 40, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopEGLImage, release_context) == 32, "the embedder's layout");
+static_assert(sizeof(FlutterDesktopEGLImage) == 40);
+static_assert(offsetof(FlutterDesktopEGLImage, egl_image) == 0);
+static_assert(offsetof(FlutterDesktopEGLImage, width) == 8);
+static_assert(offsetof(FlutterDesktopEGLImage, height) == 16);
+static_assert(offsetof(FlutterDesktopEGLImage, release_callback) == 24);
+static_assert(offsetof(FlutterDesktopEGLImage, release_context) == 32);
 
-static_assert(sizeof(FlutterDesktopGpuSurfaceDescriptor) == 72, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopGpuSurfaceDescriptor, handle) == 8, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopGpuSurfaceDescriptor, visible_height) == 40, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopGpuSurfaceDescriptor, format) == 48, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopGpuSurfaceDescriptor, release_callback) == 56, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopGpuSurfaceDescriptor, release_context) == 64, "the embedder's layout");
+static_assert(sizeof(FlutterDesktopGpuSurfaceDescriptor) == 72);
+static_assert(offsetof(FlutterDesktopGpuSurfaceDescriptor, struct_size) == 0);
+static_assert(offsetof(FlutterDesktopGpuSurfaceDescriptor, handle) == 8);
+static_assert(offsetof(FlutterDesktopGpuSurfaceDescriptor, width) == 16);
+static_assert(offsetof(FlutterDesktopGpuSurfaceDescriptor, height) == 24);
+static_assert(offsetof(FlutterDesktopGpuSurfaceDescriptor, visible_width) == 32);
+static_assert(offsetof(FlutterDesktopGpuSurfaceDescriptor, visible_height) == 40);
+static_assert(offsetof(FlutterDesktopGpuSurfaceDescriptor, format) == 48);
+static_assert(offsetof(FlutterDesktopGpuSurfaceDescriptor, release_callback) == 56);
+static_assert(offsetof(FlutterDesktopGpuSurfaceDescriptor, release_context) == 64);
 
-static_assert(sizeof(FlutterDesktopPixelBufferTextureConfig) == 16, "the embedder's layout");
-static_assert(sizeof(FlutterDesktopEGLImageTextureConfig) == 16, "the embedder's layout");
-static_assert(sizeof(FlutterDesktopGpuSurfaceTextureConfig) == 32, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopGpuSurfaceTextureConfig, type) == 8, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopGpuSurfaceTextureConfig, callback) == 16, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopGpuSurfaceTextureConfig, user_data) == 24, "the embedder's layout");
+static_assert(sizeof(FlutterDesktopPixelBufferTextureConfig) == 16);
+static_assert(offsetof(FlutterDesktopPixelBufferTextureConfig, callback) == 0);
+static_assert(offsetof(FlutterDesktopPixelBufferTextureConfig, user_data) == 8);
 
-static_assert(sizeof(FlutterDesktopTextureInfo) == 40, "the embedder's layout");
-static_assert(offsetof(FlutterDesktopTextureInfo, pixel_buffer_config) == 8, "the embedder's layout");
+static_assert(sizeof(FlutterDesktopEGLImageTextureConfig) == 16);
+static_assert(offsetof(FlutterDesktopEGLImageTextureConfig, callback) == 0);
+static_assert(offsetof(FlutterDesktopEGLImageTextureConfig, user_data) == 8);
+
+static_assert(sizeof(FlutterDesktopGpuSurfaceTextureConfig) == 32);
+static_assert(offsetof(FlutterDesktopGpuSurfaceTextureConfig, struct_size) == 0);
+static_assert(offsetof(FlutterDesktopGpuSurfaceTextureConfig, type) == 8);
+static_assert(offsetof(FlutterDesktopGpuSurfaceTextureConfig, callback) == 16);
+static_assert(offsetof(FlutterDesktopGpuSurfaceTextureConfig, user_data) == 24);
+
+static_assert(sizeof(FlutterDesktopTextureInfo) == 40);
+static_assert(offsetof(FlutterDesktopTextureInfo, type) == 0);
+static_assert(offsetof(FlutterDesktopTextureInfo, pixel_buffer_config) == 8);
+static_assert(offsetof(FlutterDesktopTextureInfo, gpu_surface_config) == 8);
+static_assert(offsetof(FlutterDesktopTextureInfo, egl_image_config) == 8);
 
 #endif  // EMBEDDER_FLUTTER_DESKTOP_H_

@@ -1,3 +1,5 @@
+// Messages to and from the engine, and their replies, on the fake embedder.
+
 #include "flutter/binary_messenger.h"
 
 #include <gmock/gmock.h>

@@ -1,3 +1,5 @@
+// Reading and writing a buffer a value at a time.
+
 #include "flutter/byte_streams.h"
 
 #include <gtest/gtest.h>

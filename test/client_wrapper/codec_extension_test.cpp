@@ -1,3 +1,5 @@
+// An application's own serializer: its types among the codec's own.
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,40 +1,10 @@
-// Messages that claim or nest more than they hold. A program of its own, because it counts what is allocated.
+// Messages that claim or nest more than they hold: what they come to, and what they may cost.
 
 #include <gtest/gtest.h>
-#include <malloc.h>
-
-#include <atomic>
-#include <cstdlib>
-#include <new>
 
 #include "flutter/standard_codec_serializer.h"
 #include "message_bytes.h"
-
-// ---- Counting allocations -----------------------------------------------------------------------
-
-namespace {
-
-std::atomic<size_t> g_allocated{0};
-std::atomic<size_t> g_peak{0};
-
-}  // namespace
-
-// Neither is inlined: the compiler would take the free() in one for the wrong end of the other.
-__attribute__((noinline)) void* operator new(size_t size) {
-  void* const block = std::malloc(size);
-  if (block == nullptr) throw std::bad_alloc();
-  const size_t now = g_allocated += malloc_usable_size(block);
-  if (now > g_peak) g_peak = now;
-  return block;
-}
-
-__attribute__((noinline)) void operator delete(void* block) noexcept {
-  if (block == nullptr) return;
-  g_allocated -= malloc_usable_size(block);
-  std::free(block);
-}
-
-void operator delete(void* block, size_t) noexcept { operator delete(block); }
+#include "test/support/operator_new.h"
 
 namespace client_wrapper_test {
 namespace {
@@ -58,23 +28,15 @@ struct Measured {
 Measured DecodeMeasured(const Bytes& bytes) {
   Measured measured;
   measured.errors = StderrOf([&] {
-    const size_t before = g_allocated;
-    g_peak = before;
+    const operator_new::Peak peak;
     measured.value = StandardMessageCodec::GetInstance().DecodeMessage(bytes);
-    measured.peak = g_peak - before;
+    measured.peak = peak.bytes();
   });
   return measured;
 }
 
 // What a message may cost: each byte can be a value in a list that grows by doubling, old and new together.
 size_t FairPeak(const Bytes& bytes) { return 4096 + 4 * sizeof(EncodableValue) * bytes.size(); }
-
-TEST(AllocationCountTest, SeesWhatADecodedValueTakes) {
-  const Bytes bytes = Encode(EncodableValue(std::string(100000, 'a')));
-  const Measured measured = DecodeMeasured(bytes);
-  EXPECT_GE(measured.peak, 100000u);
-  EXPECT_LE(measured.peak, FairPeak(bytes));
-}
 
 // ---- Claims -------------------------------------------------------------------------------------
 

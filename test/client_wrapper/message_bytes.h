@@ -1,4 +1,4 @@
-// Builders and readers of message bytes, and what the code under test writes to standard error meanwhile.
+// Builders and readers of values and message bytes, and what the code under test writes to standard error meanwhile.
 
 #ifndef TEST_CLIENT_WRAPPER_MESSAGE_BYTES_H_
 #define TEST_CLIENT_WRAPPER_MESSAGE_BYTES_H_
@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -78,6 +79,18 @@ struct CaseName {
     return test.param.name;
   }
 };
+
+/// A value that an exception left without content.
+inline flutter::EncodableValue Valueless() {
+  struct Uncopyable {
+    Uncopyable() = default;
+    Uncopyable(const Uncopyable&) { throw std::runtime_error("no copy"); }
+  };
+  flutter::EncodableValue value;
+  EXPECT_THROW(value.emplace<flutter::CustomEncodableValue>(Uncopyable()), std::runtime_error);
+  EXPECT_TRUE(value.valueless_by_exception());
+  return value;
+}
 
 struct Decoded {
   flutter::EncodableValue value;

@@ -1,3 +1,5 @@
+// Method calls on a channel, from the engine to the handler and back.
+
 #include "flutter/method_channel.h"
 
 #include <gmock/gmock.h>

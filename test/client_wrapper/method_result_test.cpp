@@ -1,3 +1,5 @@
+// The answers to a call: each once, and what an unanswered one comes to.
+
 #include "flutter/method_result.h"
 
 #include <gmock/gmock.h>

@@ -1,3 +1,5 @@
+// Registrars: their plug-ins' lives, and one wrapper for each of the embedder's.
+
 #include "flutter/plugin_registrar.h"
 
 #include <gmock/gmock.h>
@@ -121,10 +123,10 @@ TEST_F(PluginRegistrarManagerTest, LaterRequestsLeavePluginsAndHandlersInPlace) 
 
 TEST_F(PluginRegistrarManagerTest, DestroyingTheRegistrarDestroysItsPluginsWhileTheMessengerWorks) {
   PluginRegistrar* const wrapper = manager_->GetRegistrar(embedder_.registrar());
-  wrapper->AddPlugin(PluginThat([wrapper] { wrapper->messenger()->Send("last words", nullptr, 0); }));
+  wrapper->AddPlugin(PluginThat([wrapper] { wrapper->messenger()->Send("at the end", nullptr, 0); }));
   embedder_.ClearCalls();
   embedder_.DestroyRegistrar();
-  EXPECT_THAT(embedder_.call_texts(), ElementsAre("MessengerSend(\"last words\", null)"));
+  EXPECT_THAT(embedder_.call_texts(), ElementsAre("MessengerSend(\"at the end\", null)"));
 }
 
 TEST_F(PluginRegistrarManagerTest, RegistrarsOfTwoEmbeddersStayApart) {

@@ -26,7 +26,7 @@ class LivingPlugin : public flutter::Plugin {
   _exit(1);
 }
 
-// Runs behind the destructors of everything that came after its registration.
+// Runs after the destructors of everything that came after its registration.
 void EndTheEngine() {
   if (!plugin_lives) Fail("the manager and its plug-ins went before the engine");
   embedder->DestroyRegistrar();

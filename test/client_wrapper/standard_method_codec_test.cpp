@@ -1,3 +1,5 @@
+// Method calls and their envelopes as message bytes.
+
 #include "flutter/standard_method_codec.h"
 
 #include <gmock/gmock.h>
@@ -16,6 +18,7 @@ using flutter::StandardMethodCodec;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
+const Bytes kSuccessOfOne = {0, 6, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xF0, 0x3F};
 const char kNameIsNoString[] = "Invalid method call; method name is not a string.\n";
 
 const StandardMethodCodec& Codec() { return StandardMethodCodec::GetInstance(); }
@@ -49,11 +52,8 @@ TEST(MethodCallTest, OwnsItsArguments) {
   EXPECT_EQ(*call.arguments(), EncodableValue("far"));
 }
 
-TEST(StandardMethodCodecTest, CallEncodesItsNameThenItsArguments) {
+TEST(StandardMethodCodecTest, CallEncodesItsNameThenItsArgumentsOrANull) {
   EXPECT_EQ(*Codec().EncodeMethodCall(MethodCall<>("go", Owned(int32_t{5}))), (Bytes{7, 2, 'g', 'o', 3, 5, 0, 0, 0}));
-}
-
-TEST(StandardMethodCodecTest, CallWithoutArgumentsEncodesANull) {
   EXPECT_EQ(*Codec().EncodeMethodCall(MethodCall<>("go", nullptr)), (Bytes{7, 2, 'g', 'o', 0}));
 }
 
@@ -64,19 +64,14 @@ TEST(StandardMethodCodecTest, CallDecodesNameAndArguments) {
   EXPECT_EQ(*call->arguments(), EncodableValue(EncodableList{EncodableValue(true), EncodableValue("a")}));
 }
 
-TEST(StandardMethodCodecTest, CallWithNullArgumentsDecodesToANullValue) {
-  const auto call = DecodeCall({7, 2, 'g', 'o', 0});
-  ASSERT_NE(call, nullptr);
-  ASSERT_NE(call->arguments(), nullptr);
-  EXPECT_TRUE(call->arguments()->IsNull());
-}
-
-TEST(StandardMethodCodecTest, CallThatEndsAfterItsNameDecodesToANullValueWithALine) {
-  std::unique_ptr<MethodCall<>> call;
-  EXPECT_EQ(StderrOf([&] { call = DecodeCall({7, 2, 'g', 'o'}); }), kInvalidRead);
-  ASSERT_NE(call, nullptr);
-  ASSERT_NE(call->arguments(), nullptr);
-  EXPECT_TRUE(call->arguments()->IsNull());
+TEST(StandardMethodCodecTest, CallWithNullArgumentsOrNoneDecodesToANullValue) {
+  for (const Bytes& bytes : {Bytes{7, 2, 'g', 'o', 0}, Bytes{7, 2, 'g', 'o'}}) {
+    std::unique_ptr<MethodCall<>> call;
+    EXPECT_EQ(StderrOf([&] { call = DecodeCall(bytes); }), bytes.size() == 5 ? "" : kInvalidRead);
+    ASSERT_NE(call, nullptr);
+    ASSERT_NE(call->arguments(), nullptr);
+    EXPECT_TRUE(call->arguments()->IsNull());
+  }
 }
 
 TEST(StandardMethodCodecTest, CallAlignsItsArgumentsFromItsFirstByte) {
@@ -119,57 +114,34 @@ TEST(StandardMethodCodecTest, EveryPrefixOfACallDecodesWithoutThrowing) {
 
 // ---- Encoding answers ---------------------------------------------------------------------------
 
-TEST(StandardMethodCodecTest, SuccessEncodesAZeroThenTheValue) {
-  const EncodableValue value("a");
-  EXPECT_EQ(*Codec().EncodeSuccessEnvelope(&value), (Bytes{0, 7, 1, 'a'}));
-}
-
-TEST(StandardMethodCodecTest, SuccessWithoutAValueEncodesANull) {
+TEST(StandardMethodCodecTest, SuccessEncodesAZeroThenTheValueOrANull) {
+  const EncodableValue text("a"), number(1.0);
+  EXPECT_EQ(*Codec().EncodeSuccessEnvelope(&text), (Bytes{0, 7, 1, 'a'}));
   EXPECT_EQ(*Codec().EncodeSuccessEnvelope(), (Bytes{0, 0}));
+  // Aligned from the envelope's first byte.
+  EXPECT_EQ(*Codec().EncodeSuccessEnvelope(&number), kSuccessOfOne);
 }
 
-TEST(StandardMethodCodecTest, SuccessAlignsItsValueFromTheEnvelopesFirstByte) {
-  const EncodableValue value(1.0);
-  const Bytes bytes = {0, 6, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xF0, 0x3F};
-  EXPECT_EQ(*Codec().EncodeSuccessEnvelope(&value), bytes);
-  EXPECT_THAT(AnswersOf(bytes), ElementsAre("success " + ::testing::PrintToString(value)));
-}
-
-TEST(StandardMethodCodecTest, ErrorWithCodeAloneEncodesTwoNullsAfterIt) {
+TEST(StandardMethodCodecTest, ErrorEncodesCodeMessageAndDetailsOrNulls) {
+  const EncodableValue number(int32_t{5}), yes(true);
   EXPECT_EQ(*Codec().EncodeErrorEnvelope("E"), (Bytes{1, 7, 1, 'E', 0, 0}));
   EXPECT_EQ(*Codec().EncodeErrorEnvelope("E", "", nullptr), (Bytes{1, 7, 1, 'E', 0, 0}));
-}
-
-TEST(StandardMethodCodecTest, ErrorEncodesCodeMessageAndDetails) {
-  const EncodableValue details(int32_t{5});
-  EXPECT_EQ(*Codec().EncodeErrorEnvelope("E", "m", &details), (Bytes{1, 7, 1, 'E', 7, 1, 'm', 3, 5, 0, 0, 0}));
-}
-
-TEST(StandardMethodCodecTest, ErrorWithDetailsAndNoMessageKeepsTheDetailsThird) {
-  const EncodableValue details(true);
-  EXPECT_EQ(*Codec().EncodeErrorEnvelope("E", "", &details), (Bytes{1, 7, 1, 'E', 0, 1}));
+  EXPECT_EQ(*Codec().EncodeErrorEnvelope("E", "m", &number), (Bytes{1, 7, 1, 'E', 7, 1, 'm', 3, 5, 0, 0, 0}));
+  EXPECT_EQ(*Codec().EncodeErrorEnvelope("E", "", &yes), (Bytes{1, 7, 1, 'E', 0, 1}));
 }
 
 // ---- Decoding answers ---------------------------------------------------------------------------
 
-TEST(StandardMethodCodecTest, SuccessEnvelopeAnswersWithItsValue) {
+TEST(StandardMethodCodecTest, SuccessEnvelopeAnswersWithItsValueOrWithout) {
   EXPECT_THAT(AnswersOf({0, 7, 1, 'a'}), ElementsAre("success " + ::testing::PrintToString(EncodableValue("a"))));
-}
-
-TEST(StandardMethodCodecTest, SuccessEnvelopeWithNullAnswersWithoutAValue) {
+  EXPECT_THAT(AnswersOf(kSuccessOfOne), ElementsAre("success " + ::testing::PrintToString(EncodableValue(1.0))));
   EXPECT_THAT(AnswersOf({0, 0}), ElementsAre("success"));
 }
 
-TEST(StandardMethodCodecTest, ErrorEnvelopeAnswersWithCodeMessageAndDetails) {
+TEST(StandardMethodCodecTest, ErrorEnvelopeAnswersWithCodeMessageAndDetailsOrWithout) {
   EXPECT_THAT(AnswersOf({1, 7, 1, 'E', 7, 1, 'm', 1}),
               ElementsAre("error E, m, " + ::testing::PrintToString(EncodableValue(true))));
-}
-
-TEST(StandardMethodCodecTest, ErrorEnvelopeWithNullDetailsAnswersWithoutDetails) {
   EXPECT_THAT(AnswersOf({1, 7, 1, 'E', 7, 1, 'm', 0}), ElementsAre("error E, m"));
-}
-
-TEST(StandardMethodCodecTest, ErrorEnvelopeWithNullMessageAnswersWithAnEmptyOne) {
   EXPECT_THAT(AnswersOf({1, 7, 1, 'E', 0, 0}), ElementsAre("error E, "));
 }
 

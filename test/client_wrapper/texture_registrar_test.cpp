@@ -1,3 +1,5 @@
+// Textures, from the plug-in to the engine and its raster thread.
+
 #include "flutter/texture_registrar.h"
 
 #include <gmock/gmock.h>

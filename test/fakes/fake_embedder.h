@@ -1,4 +1,4 @@
-// The embedder, played by a test: its C interface behind the real SONAME (libflutter_elinux_x11.so). A test
+// The embedder, played by a test: its C interface under the real SONAME (libflutter_elinux_x11.so). A test
 // program's own objects and a plug-in that it loads with dlopen() both talk to the test's FakeEmbedder.
 //
 //   fakes::FakeEmbedder embedder;

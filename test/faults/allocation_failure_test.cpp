@@ -16,11 +16,12 @@
 #include <vector>
 
 #include "renderer/log_line.h"
-#include "test/faults/operator_new.h"
 #include "test/faults/rig.h"
 #include "test/faults/watchdog.h"
-#include "test/model/glb_builder.h"
 #include "test/plugin/right_arguments.h"
+#include "test/support/files.h"
+#include "test/support/glb_builder.h"
+#include "test/support/operator_new.h"
 
 using ::testing::AnyOf;
 using ::testing::StartsWith;
@@ -110,7 +111,7 @@ class AllocationFailureTest : public ::testing::TestWithParam<std::tuple<Case, o
 
 TEST_P(AllocationFailureTest, TheExceptionLeavesOrALogLineIsCutAndTheNextCommandWorks) {
   const auto& [it, extent] = GetParam();
-  const glb_builder::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const fakes::Bytes message =
       it.Message(folder.Write("model.glb", glb_builder::Glb().Add(glb_builder::Triangle().Color("1, 0.5, 0.25"))));
   bool a_result_existed = false;

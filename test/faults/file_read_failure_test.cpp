@@ -8,8 +8,9 @@
 #include <string>
 
 #include "test/faults/rig.h"
-#include "test/model/glb_builder.h"
-#include "test/model/read_fault.h"
+#include "test/support/files.h"
+#include "test/support/glb_builder.h"
+#include "test/support/read_fault.h"
 
 namespace {
 
@@ -18,7 +19,7 @@ namespace {
 TEST(FileReadFailureTest, AReadThatIsCutShortIsLikeAFileOfZerosAfterTheCut) {
   const glb_builder::Bytes file =
       glb_builder::Glb().Add(glb_builder::Triangle().Color("1, 0.5, 0.25")).Add(glb_builder::Triangle()).Build();
-  const glb_builder::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const EncodableValue arguments = Map({{"modelPath", folder.Write("model.glb", file)}});
   const fakes::Bytes load_model = Rig::Encode("loadModel", arguments);
   const fakes::Bytes load_zeros = Rig::Encode("loadModel", Map({{"modelPath", folder.PathOf("zeros.glb")}}));
@@ -27,7 +28,7 @@ TEST(FileReadFailureTest, AReadThatIsCutShortIsLikeAFileOfZerosAfterTheCut) {
   std::optional<Rig> captured;  // standard output, too
   Rig& rig = captured.emplace();
   rig.CreateViewer();
-  for (const auto kind : {model_test::ReadFault::kEnd, model_test::ReadFault::kError}) {
+  for (const auto kind : {ReadFault::kEnd, ReadFault::kError}) {
     for (size_t bytes = 0; bytes <= file.size(); ++bytes) {
       SCOPED_TRACE("after byte " + std::to_string(bytes));
       glb_builder::Bytes cut = file;
@@ -40,7 +41,7 @@ TEST(FileReadFailureTest, AReadThatIsCutShortIsLikeAFileOfZerosAfterTheCut) {
       bool happened = false;
       const char* thrown = nullptr;
       {
-        const model_test::ReadFault fault(bytes, kind);
+        const ReadFault fault(bytes, kind);
         thrown = rig.Deliver(load_model);
         happened = fault.happened();
       }

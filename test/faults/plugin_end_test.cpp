@@ -1,8 +1,8 @@
 // What the end of the plug-in frees of a viewer that was not disposed, what it leaves, and in which order.
 
-#include "test/faults/operator_new.h"
 #include "test/faults/short_sleeps.h"
-#include "test/plugin/fake_graphics_fixture.h"
+#include "test/support/fake_graphics_fixture.h"
+#include "test/support/operator_new.h"
 
 namespace {
 

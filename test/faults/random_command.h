@@ -7,7 +7,8 @@
 
 #include "flutter/encodable_value.h"
 #include "test/faults/random.h"
-#include "test/model/glb_builder.h"
+#include "test/support/files.h"
+#include "test/support/glb_builder.h"
 
 /// What a player knows of the viewer: enough to say what a command has to come to.
 struct ViewerPicture {
@@ -43,7 +44,7 @@ class ModelFiles {
   const std::string& good_path() const { return files_.front().path; }
 
  private:
-  glb_builder::TemporaryFolder folder_;
+  TemporaryFolder folder_;
   std::vector<File> files_;
 };
 

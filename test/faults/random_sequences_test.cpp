@@ -21,7 +21,7 @@
 #include "test/faults/raster_thread.h"
 #include "test/faults/short_sleeps.h"
 #include "test/faults/watchdog.h"
-#include "test/plugin/source_fixture.h"
+#include "test/support/source_fixture.h"
 
 using namespace std::chrono_literals;
 

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "test/plugin/fake_graphics_fixture.h"
+#include "test/support/fake_graphics_fixture.h"
 
 inline constexpr char kOutOfMemory[] = "throws std::bad_alloc";
 

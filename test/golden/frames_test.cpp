@@ -11,7 +11,7 @@
 #include <stdexcept>
 
 #include "test/golden/poses.h"
-#include "test/plugin/built_library.h"
+#include "test/support/built_library.h"
 
 namespace {
 

@@ -11,9 +11,10 @@
 
 #include "fake_graphics.h"
 #include "test/golden/poses.h"
-#include "test/model/glb_builder.h"
-#include "test/plugin/built_library.h"
-#include "test/plugin/fresh_graphics.h"
+#include "test/support/built_library.h"
+#include "test/support/files.h"
+#include "test/support/fresh_graphics.h"
+#include "test/support/glb_builder.h"
 
 namespace {
 
@@ -72,7 +73,7 @@ class Viewer : private FreshGraphics, public CommandTest {
 };
 
 TEST(GoldenNumbersTest, MatricesAndComputedNormalsHaveTheSameBitsEverywhere) {
-  const glb_builder::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const std::string model = folder.Write("landscape.glb", glb_builder::Glb().Add(Landscape()));
   std::string drawn;
   fake_graphics::Draw draw;

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "test/plugin/plugin_fixture.h"
+#include "test/support/plugin_fixture.h"
 
 /// A view of a model: the texture's size in pixels and the commands that turn it.
 struct Pose {

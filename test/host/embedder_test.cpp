@@ -10,21 +10,12 @@
 #include <stdexcept>
 #include <thread>
 
-#include "host/host_error.h"
+#include "test/host/failure.h"
 
 namespace host {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-
-std::string FailureOf(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const HostError& error) {
-    return error.what();
-  }
-  return "no failure";
-}
 
 // Frames as they come from the raster thread.
 class Frames {

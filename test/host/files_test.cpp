@@ -1,3 +1,5 @@
+// Files as the host reads and writes them: whole, or not at all.
+
 #include "host/files.h"
 
 #include <gtest/gtest.h>
@@ -5,19 +7,14 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include "host/host_error.h"
-#include "test/host/temp_folder.h"
+#include "test/host/failure.h"
+#include "test/support/files.h"
 
 namespace host {
 namespace {
 
-std::string FailureOf(const std::string& path, const std::string& bytes) {
-  try {
-    WriteWholeFile(path, bytes);
-  } catch (const HostError& error) {
-    return error.what();
-  }
-  return "no failure";
+std::string FailureToWrite(const std::string& path, const std::string& bytes) {
+  return FailureOf([&] { WriteWholeFile(path, bytes); });
 }
 
 // Files of this process can grow to so many bytes, as on a disk that is full; for as long as this lives.
@@ -40,35 +37,35 @@ class FileSizeLimit {
 };
 
 TEST(OtherThanAFile, NamesWhatIsNoRegularFile) {
-  const TempFolder folder;
-  ASSERT_EQ(mkfifo(folder.File("pipe").c_str(), 0600), 0);
+  const TemporaryFolder folder;
+  ASSERT_EQ(mkfifo(folder.PathOf("pipe").c_str(), 0600), 0);
   EXPECT_EQ(OtherThanAFile(folder.path()), "a folder");
-  EXPECT_EQ(OtherThanAFile(folder.File("pipe")), "a pipe");
+  EXPECT_EQ(OtherThanAFile(folder.PathOf("pipe")), "a pipe");
   EXPECT_EQ(OtherThanAFile("/dev/null"), "a device");
 }
 
 TEST(OtherThanAFile, IsEmptyForRegularFilesAndForNothing) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   EXPECT_EQ(OtherThanAFile(folder.Write("file", "")), "");
-  std::filesystem::create_symlink("file", folder.File("link"));
-  EXPECT_EQ(OtherThanAFile(folder.File("link")), "");
-  EXPECT_EQ(OtherThanAFile(folder.File("none")), "");
+  std::filesystem::create_symlink("file", folder.PathOf("link"));
+  EXPECT_EQ(OtherThanAFile(folder.PathOf("link")), "");
+  EXPECT_EQ(OtherThanAFile(folder.PathOf("none")), "");
 }
 
 TEST(WriteWholeFile, FileHasTheBytesAndNothingElseIsLeft) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   WriteWholeFile(folder.Write("file", "what was there before, and was longer"), std::string("new\0bytes", 9));
-  EXPECT_EQ(ReadFile(folder.File("file")), std::string("new\0bytes", 9));
+  EXPECT_EQ(ReadFile(folder.PathOf("file")), std::string("new\0bytes", 9));
   EXPECT_EQ(folder.Names(), (std::vector<std::string>{"file"}));
 }
 
 TEST(WriteWholeFile, FileThatDoesNotFitLeavesWhatWasThereBefore) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const std::string path = folder.Write("file", "before");
   std::string failure;
   {
     const FileSizeLimit limit(1000);
-    failure = FailureOf(path, std::string(5000, 'x'));
+    failure = FailureToWrite(path, std::string(5000, 'x'));
   }
   EXPECT_EQ(failure, "cannot write " + path + ": File too large");
   EXPECT_EQ(ReadFile(path), "before");
@@ -76,12 +73,12 @@ TEST(WriteWholeFile, FileThatDoesNotFitLeavesWhatWasThereBefore) {
 }
 
 TEST(WriteWholeFile, FailureToTakeTheNameLeavesNothing) {
-  const TempFolder folder;
-  std::filesystem::create_directory(folder.File("taken"));
-  EXPECT_EQ(FailureOf(folder.File("taken"), "x"), "cannot write " + folder.File("taken") + ": Is a directory");
+  const TemporaryFolder folder;
+  std::filesystem::create_directory(folder.PathOf("taken"));
+  EXPECT_EQ(FailureToWrite(folder.PathOf("taken"), "x"), "cannot write " + folder.PathOf("taken") + ": Is a directory");
   EXPECT_EQ(folder.Names(), (std::vector<std::string>{"taken"}));
-  EXPECT_EQ(FailureOf(folder.File("none/file"), "x"),
-            "cannot write " + folder.File("none/file") + ": No such file or directory");
+  EXPECT_EQ(FailureToWrite(folder.PathOf("none/file"), "x"),
+            "cannot write " + folder.PathOf("none/file") + ": No such file or directory");
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+// When a recorded run's orientations, and those of a sensor, are due.
+
 #include "host/imu_feed.h"
 
 #include <gtest/gtest.h>
@@ -5,7 +7,8 @@
 
 #include <memory>
 
-#include "host/host_error.h"
+#include "test/host/failure.h"
+#include "test/host/pipe.h"
 
 namespace host {
 namespace {
@@ -26,15 +29,6 @@ std::vector<double> TakeAll(ImuFeed& feed, Clock::time_point now) {
   std::vector<double> rolls;
   while (const auto orientation = feed.TakeDue(now)) rolls.push_back(std::get<Angles>(*orientation).roll);
   return rolls;
-}
-
-std::string FailureOf(ImuFeed& feed, Clock::time_point now) {
-  try {
-    feed.TakeDue(now);
-  } catch (const HostError& error) {
-    return error.what();
-  }
-  return "no failure";
 }
 
 // ---- RecordedFeed -----------------------------------------------------------------------------------------
@@ -78,23 +72,12 @@ TEST(RecordedFeed, AbsurdTimesAreWaitedForAndNothingElse) {
 class LiveFeedTest : public ::testing::Test {
  protected:
   LiveFeedTest() {
-    EXPECT_EQ(pipe(pipe_), 0);
-    feed_ = std::make_unique<LiveFeed>(pipe_[0], "sensor");
+    feed_ = std::make_unique<LiveFeed>(pipe_.reading_end(), "sensor");
     feed_->Start(kStart);
   }
-  ~LiveFeedTest() override {
-    feed_.reset();
-    close(pipe_[0]);
-    if (pipe_[1] >= 0) close(pipe_[1]);
-  }
 
-  void Send(const std::string& text) {
-    ASSERT_EQ(write(pipe_[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
-  }
-  void EndInput() {
-    close(pipe_[1]);
-    pipe_[1] = -1;
-  }
+  void Send(const std::string& text) { pipe_.Write(text); }
+  void EndInput() { pipe_.CloseWriting(); }
   // Waits until the reading thread has something, or the input's end, to show for it.
   void WaitForMore() { feed_->WaitUntil(Clock::now() + std::chrono::minutes(1)); }
 
@@ -109,7 +92,7 @@ class LiveFeedTest : public ::testing::Test {
     return rolls;
   }
 
-  int pipe_[2] = {-1, -1};
+  Pipe pipe_;
   std::unique_ptr<LiveFeed> feed_;
 };
 
@@ -152,17 +135,14 @@ TEST_F(LiveFeedTest, MalformedLineComesOutAfterTheSamplesBeforeIt) {
   Send("roll,pitch,yaw\n1,0,0\nx,0,0\n2,0,0\n");
   WaitForMore();
   std::vector<double> rolls;
-  std::string failure = "no failure";
-  try {
+  const auto take_all = [&] {
     for (;;) {
       WaitForMore();
       if (const auto orientation = feed_->TakeDue(kStart)) rolls.push_back(std::get<Angles>(*orientation).roll);
     }
-  } catch (const HostError& error) {
-    failure = error.what();
-  }
+  };
+  EXPECT_EQ(FailureOf(take_all), "sensor, line 3: expected a number for roll, found \"x\"");
   EXPECT_EQ(rolls, (std::vector<double>{1}));
-  EXPECT_EQ(failure, "sensor, line 3: expected a number for roll, found \"x\"");
   EXPECT_TRUE(feed_->ended());
 }
 
@@ -171,7 +151,8 @@ TEST_F(LiveFeedTest, InputWithoutSamplesFails) {
   EndInput();
   WaitForMore();
   EXPECT_FALSE(feed_->ended()) << "the failure is still to be told";
-  EXPECT_EQ(FailureOf(*feed_, kStart), "sensor: expected samples after the header, found the end of the input");
+  EXPECT_EQ(FailureOf([&] { feed_->TakeDue(kStart); }),
+            "sensor: expected samples after the header, found the end of the input");
   EXPECT_TRUE(feed_->ended());
 }
 
@@ -180,7 +161,8 @@ TEST_F(LiveFeedTest, LineWithoutEndFailsBeforeItFillsTheMemory) {
   const std::string piece(4096, 'x');
   for (int i = 0; i < 17; ++i) Send(piece);
   WaitForMore();
-  EXPECT_EQ(FailureOf(*feed_, kStart), "sensor, line 1: expected a line of at most 65536 bytes, found a longer one");
+  EXPECT_EQ(FailureOf([&] { feed_->TakeDue(kStart); }),
+            "sensor, line 1: expected a line of at most 65536 bytes, found a longer one");
 }
 
 TEST_F(LiveFeedTest, SamplesFarAheadMakeTheWriterWaitNotTheMemoryGrow) {

@@ -1,3 +1,5 @@
+// The lines of an IMU run, from a file or a sensor: what is read and what is refused.
+
 #include "host/imu_run.h"
 
 #include <gtest/gtest.h>
@@ -5,8 +7,8 @@
 
 #include <sstream>
 
-#include "host/host_error.h"
-#include "test/host/temp_folder.h"
+#include "test/host/failure.h"
+#include "test/support/files.h"
 
 namespace host {
 namespace {
@@ -24,13 +26,8 @@ std::vector<ImuSample> Parse(const std::string& text, Time time = Time::kRequire
   return samples;
 }
 
-std::string FailureOf(const std::string& text, Time time = Time::kRequired) {
-  try {
-    Parse(text, time);
-  } catch (const HostError& error) {
-    return error.what();
-  }
-  return "no failure";
+std::string FailureOfText(const std::string& text, Time time = Time::kRequired) {
+  return FailureOf([&] { Parse(text, time); });
 }
 
 void ExpectQuaternion(const Orientation& orientation, double x, double y, double z, double w) {
@@ -106,93 +103,69 @@ TEST(ImuLineParser, OptionalTimeMayBeMissingOrGoBack) {
 }
 
 TEST(ImuLineParser, FailureNamesLineAndWhatWasExpectedAndFound) {
-  constexpr char kHeader[] = "t,qx,qy,qz,qw\n";
+  const std::string kHeader = "t,qx,qy,qz,qw\n";
+  const std::string kNoHeader = "expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found ";
   const struct {
     const char* what;
     std::string text;
-    std::string failure;
+    std::string failure;  // after the file's name
   } kCases[] = {
-      {"nothing at all", "",
-       "run.csv: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found the end of the "
-       "input"},
-      {"comments only", "# nothing\n\n",
-       "run.csv: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found the end of the "
-       "input"},
-      {"a header only", kHeader, "run.csv: expected samples after the header, found the end of the input"},
-      {"no header", "0,0,0,0,1\n",
-       "run.csv, line 1: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found "
-       "\"0,0,0,0,1\""},
-      {"no time", "qx,qy,qz,qw\n0,0,0,1\n",
-       "run.csv, line 1: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found "
-       "\"qx,qy,qz,qw\""},
-      {"neither form whole", "# run\nt,qx,qy,qz,roll,pitch\n",
-       "run.csv, line 2: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found "
-       "\"t,qx,qy,qz,roll,pitch\""},
-      {"capitals", "T,Roll,Pitch,Yaw\n",
-       "run.csv, line 1: expected a header naming t and either qx,qy,qz,qw or roll,pitch,yaw, found "
-       "\"T,Roll,Pitch,Yaw\""},
-      {"a column twice", "t,roll,pitch,yaw,roll\n", "run.csv, line 1: expected one column roll, found several"},
-      {"too few fields", std::string(kHeader) + "0,0,0,1\n",
-       "run.csv, line 2: expected 5 fields as in the header, found 4"},
-      {"too many fields", std::string(kHeader) + "0,0,0,0,1,\n",
-       "run.csv, line 2: expected 5 fields as in the header, found 6"},
-      {"a word", std::string(kHeader) + "0,0,0,0,1\n\n0.1,0,oops,0,1\n",
-       "run.csv, line 4: expected a number for qy, found \"oops\""},
-      {"an empty field", std::string(kHeader) + "0,0,0,0,\n", "run.csv, line 2: expected a number for qw, found \"\""},
-      {"a number and more", std::string(kHeader) + "0,0,0,0,1m\n",
-       "run.csv, line 2: expected a number for qw, found \"1m\""},
-      {"not a number", std::string(kHeader) + "nan,0,0,0,1\n",
-       "run.csv, line 2: expected a number for t, found \"nan\""},
-      {"infinity", std::string(kHeader) + "0,inf,0,0,1\n", "run.csv, line 2: expected a number for qx, found \"inf\""},
-      {"beyond all doubles", std::string(kHeader) + "0,1e999,0,0,1\n",
-       "run.csv, line 2: expected a number for qx, found \"1e999\""},
-      {"two signs", std::string(kHeader) + "0,+-1,0,0,1\n", "run.csv, line 2: expected a number for qx, found \"+-1\""},
-      {"a decimal comma", std::string(kHeader) + "0;1;0;0;1\n",
-       "run.csv, line 2: expected 5 fields as in the header, found 1"},
-      {"time going back", std::string(kHeader) + "0.5,0,0,0,1\n0.25,0,0,0,1\n",
-       "run.csv, line 3: expected a time t not before 0.5 s, found 0.25 s"},
-      {"control characters", std::string(kHeader) + "0,\x1b[2J,0,0,1\n",
-       "run.csv, line 2: expected a number for qx, found \"?[2J\""},
-      {"a very long word", std::string(kHeader) + "0," + std::string(100, 'x') + ",0,0,1\n",
-       "run.csv, line 2: expected a number for qx, found \"" + std::string(60, 'x') + "...\""},
+      {"nothing at all", "", ": " + kNoHeader + "the end of the input"},
+      {"comments only", "# nothing\n\n", ": " + kNoHeader + "the end of the input"},
+      {"a header only", kHeader, ": expected samples after the header, found the end of the input"},
+      {"no header", "0,0,0,0,1\n", ", line 1: " + kNoHeader + "\"0,0,0,0,1\""},
+      {"no time", "qx,qy,qz,qw\n0,0,0,1\n", ", line 1: " + kNoHeader + "\"qx,qy,qz,qw\""},
+      {"neither form whole", "# run\nt,qx,qy,qz,roll,pitch\n", ", line 2: " + kNoHeader + "\"t,qx,qy,qz,roll,pitch\""},
+      {"capitals", "T,Roll,Pitch,Yaw\n", ", line 1: " + kNoHeader + "\"T,Roll,Pitch,Yaw\""},
+      {"a column twice", "t,roll,pitch,yaw,roll\n", ", line 1: expected one column roll, found several"},
+      {"too few fields", kHeader + "0,0,0,1\n", ", line 2: expected 5 fields as in the header, found 4"},
+      {"too many fields", kHeader + "0,0,0,0,1,\n", ", line 2: expected 5 fields as in the header, found 6"},
+      {"a word", kHeader + "0,0,0,0,1\n\n0.1,0,oops,0,1\n", ", line 4: expected a number for qy, found \"oops\""},
+      {"an empty field", kHeader + "0,0,0,0,\n", ", line 2: expected a number for qw, found \"\""},
+      {"a number and more", kHeader + "0,0,0,0,1m\n", ", line 2: expected a number for qw, found \"1m\""},
+      {"not a number", kHeader + "nan,0,0,0,1\n", ", line 2: expected a number for t, found \"nan\""},
+      {"infinity", kHeader + "0,inf,0,0,1\n", ", line 2: expected a number for qx, found \"inf\""},
+      {"beyond all doubles", kHeader + "0,1e999,0,0,1\n", ", line 2: expected a number for qx, found \"1e999\""},
+      {"two signs", kHeader + "0,+-1,0,0,1\n", ", line 2: expected a number for qx, found \"+-1\""},
+      {"a decimal comma", kHeader + "0;1;0;0;1\n", ", line 2: expected 5 fields as in the header, found 1"},
+      {"time going back", kHeader + "0.5,0,0,0,1\n0.25,0,0,0,1\n",
+       ", line 3: expected a time t not before 0.5 s, found 0.25 s"},
+      {"control characters", kHeader + "0,\x1b[2J,0,0,1\n", ", line 2: expected a number for qx, found \"?[2J\""},
+      {"a very long word", kHeader + "0," + std::string(100, 'x') + ",0,0,1\n",
+       ", line 2: expected a number for qx, found \"" + std::string(60, 'x') + "...\""},
   };
-  for (const auto& c : kCases) EXPECT_EQ(FailureOf(c.text), c.failure) << c.what;
+  for (const auto& c : kCases) EXPECT_EQ(FailureOfText(c.text), "run.csv" + c.failure) << c.what;
 }
 
 TEST(ImuLineParser, FailureOfHeaderSaysWhereTimeIsOptional) {
-  EXPECT_EQ(FailureOf("a,b\n", Time::kOptional),
+  EXPECT_EQ(FailureOfText("a,b\n", Time::kOptional),
             "run.csv, line 1: expected a header naming either qx,qy,qz,qw or roll,pitch,yaw (and t, if any), found "
             "\"a,b\"");
 }
 
 TEST(ReadImuRun, FileIsReadWhole) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const auto samples = ReadImuRun(folder.Write("run.csv", "t,roll,pitch,yaw\r\n0,1,2,3\r\n0.5,4,5,6"));
   ASSERT_EQ(samples.size(), 2u);
   ExpectAngles(samples[1].orientation, 4, 5, 6);
 }
 
 std::string FailureOfFile(const std::string& path, size_t most_bytes = kLargestImuFile) {
-  try {
-    ReadImuRun(path, most_bytes);
-  } catch (const HostError& error) {
-    return error.what();
-  }
-  return "no failure";
+  return FailureOf([&] { ReadImuRun(path, most_bytes); });
 }
 
 TEST(ReadImuRun, FailureNamesTheFile) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const std::string bad = folder.Write("bad.csv", "t,roll,pitch,yaw\n0,1,2,x\n");
   EXPECT_EQ(FailureOfFile(bad), bad + ", line 2: expected a number for yaw, found \"x\"");
-  EXPECT_EQ(FailureOfFile(folder.File("none.csv")),
-            "cannot read the IMU file " + folder.File("none.csv") + ": No such file or directory");
+  EXPECT_EQ(FailureOfFile(folder.PathOf("none.csv")),
+            "cannot read the IMU file " + folder.PathOf("none.csv") + ": No such file or directory");
   EXPECT_EQ(FailureOfFile(folder.path()), "cannot read the IMU file " + folder.path() + ": it is a folder");
 }
 
 TEST(ReadImuRun, PipesAndDevicesAreNotOpened) {
-  const TempFolder folder;
-  const std::string pipe = folder.File("pipe");
+  const TemporaryFolder folder;
+  const std::string pipe = folder.PathOf("pipe");
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   EXPECT_EQ(FailureOfFile(pipe), "cannot read the IMU file " + pipe +
                                      ": it is a pipe; --imu - reads samples from standard input as they come");
@@ -202,7 +175,7 @@ TEST(ReadImuRun, PipesAndDevicesAreNotOpened) {
 }
 
 TEST(ReadImuRun, FileOfManyPiecesIsReadWhole) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   std::string text = "t,roll,pitch,yaw\n";
   for (int i = 0; i < 20000; ++i) text += std::to_string(i) + "," + std::to_string(i % 7) + ",0,0\n";
   ASSERT_GT(text.size(), 3u * 65536);
@@ -215,7 +188,7 @@ TEST(ReadImuRun, FileOfManyPiecesIsReadWhole) {
 }
 
 TEST(ReadImuRun, FileBeyondTheLargestIsRefused) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const std::string text = "t,roll,pitch,yaw\n0,1,2,3\n";
   const std::string path = folder.Write("run.csv", text);
   EXPECT_EQ(FailureOfFile(path, text.size()), "no failure");
@@ -225,7 +198,7 @@ TEST(ReadImuRun, FileBeyondTheLargestIsRefused) {
 }
 
 TEST(ReadImuRun, LineWithoutEndIsRefusedBeforeItIsRead) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   const std::string path = folder.Write("run.csv", "");
   std::filesystem::resize_file(path, kLargestImuFile);  // zeros, which take no room on the disk
   EXPECT_EQ(FailureOfFile(path), path + ", line 1: expected a line of at most 65536 bytes, found a longer one");
@@ -235,7 +208,7 @@ TEST(ImuLineParser, LongestLineIsRead) {
   const std::string header = "t,roll,pitch,yaw,";
   const std::string longest(ImuLineParser::kLongestLine - header.size(), 'x');
   EXPECT_EQ(Parse(header + longest + "\n0,1,2,3,\n").size(), 1u);
-  EXPECT_EQ(FailureOf(header + longest + "x\n0,1,2,3,\n"),
+  EXPECT_EQ(FailureOfText(header + longest + "x\n0,1,2,3,\n"),
             "run.csv, line 1: expected a line of at most 65536 bytes, found a longer one");
 }
 

@@ -6,10 +6,10 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "host/host_error.h"
 #include "model/glb_loader.h"
-#include "test/host/temp_folder.h"
-#include "test/model/glb_builder.h"
+#include "test/host/failure.h"
+#include "test/support/files.h"
+#include "test/support/glb_builder.h"
 
 namespace host {
 namespace {
@@ -42,7 +42,7 @@ class ModelTroubleTest : public ::testing::Test {
     return ModelTrouble(path, LoaderWords(path));
   }
 
-  TempFolder folder_;
+  TemporaryFolder folder_;
 };
 
 TEST_F(ModelTroubleTest, FileOfAnotherKindIsNamedByWhatIsInIt) {
@@ -141,8 +141,7 @@ TEST_F(ModelTroubleTest, BinaryGltfIsExplainedByWhatTheLoaderStumblesOver) {
 }
 
 TEST_F(ModelTroubleTest, ExceptionsOfTheLoaderAreExplained) {
-  const std::string path = folder_.File("model.glb");
-  Glb().Add(Triangle()).Write(path);
+  const std::string path = folder_.Write("model.glb", Glb().Add(Triangle()));
   EXPECT_THAT(ModelTrouble(path, "an exception left the plug-in's handler: stoi"),
               StartsWith("it has a whole number that cannot be read"));
   EXPECT_THAT(ModelTrouble(path, "an exception left the plug-in's handler: stof"),
@@ -162,12 +161,7 @@ class ModelFileTest : public ModelTroubleTest {
   ~ModelFileTest() override { std::filesystem::current_path(folder_before_); }
 
   static std::string FailureOf(const std::string& path) {
-    try {
-      CheckModelFile(path);
-    } catch (const HostError& error) {
-      return error.what();
-    }
-    return "no failure";
+    return host::FailureOf([&] { CheckModelFile(path); });
   }
 
  private:

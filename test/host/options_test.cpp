@@ -1,3 +1,5 @@
+// The command line.
+
 #include "host/options.h"
 
 #include <gmock/gmock.h>
@@ -23,9 +25,11 @@ Options ParseWith(std::vector<const char*> arguments, bool display_present = kNo
   return Parse(std::move(arguments), display_present);
 }
 
-std::string FailureOf(std::vector<const char*> arguments) {
+// What wrong use is told.
+std::string FailureOf(std::vector<const char*> arguments,
+                      Options (*parse)(std::vector<const char*>, bool) = ParseWith) {
   try {
-    ParseWith(std::move(arguments));
+    parse(std::move(arguments), kNoDisplay);
   } catch (const OptionsExit& exit) {
     EXPECT_FALSE(exit.help());
     return exit.what();
@@ -82,56 +86,42 @@ TEST(Options, WindowIsTheDefaultWhereThereIsADisplay) {
 }
 
 TEST(Options, FailureSaysWhatWasExpectedAndFound) {
-  constexpr char kSize[] = "--size: expected WIDTHxHEIGHT in pixels, each from 1 to 4096, found ";
-  constexpr char kBase[] = "--base-rpy: expected ROLL,PITCH,YAW in degrees, found ";
+  const char* const kSize = "WIDTHxHEIGHT in pixels, each from 1 to 4096";
+  const char* const kBase = "ROLL,PITCH,YAW in degrees";
+  const char* const kSeconds = "a number above 0, 1000000 at most";
+  const char* const kFrames = "a number from 1 to 100";
   const struct {
-    std::vector<const char*> arguments;
-    std::string failure;
+    const char* option;
+    const char* found;
+    std::string expected;
   } kCases[] = {
-      {{"--size", "640"}, std::string(kSize) + "\"640\""},
-      {{"--size", ""}, std::string(kSize) + "\"\""},
-      {{"--size", "x480"}, std::string(kSize) + "\"x480\""},
-      {{"--size", "640x"}, std::string(kSize) + "\"640x\""},
-      {{"--size", "0x480"}, std::string(kSize) + "\"0x480\""},
-      {{"--size", "640x-480"}, std::string(kSize) + "\"640x-480\""},
-      {{"--size", "4097x480"}, std::string(kSize) + "\"4097x480\""},
-      {{"--size", "99999999999x480"}, std::string(kSize) + "\"99999999999x480\""},
-      {{"--size", "640x480x4"}, std::string(kSize) + "\"640x480x4\""},
-      {{"--size", "6.4x480"}, std::string(kSize) + "\"6.4x480\""},
-      {{"--distance", "far"}, "--distance: expected a number, found \"far\""},
-      {{"--distance", "nan"}, "--distance: expected a number, found \"nan\""},
-      {{"--scale", "1,5"}, "--scale: expected a number, found \"1,5\""},
-      {{"--scale", "1e999"}, "--scale: expected a number, found \"1e999\""},
-      {{"--base-rpy", "1,2"}, std::string(kBase) + "\"1,2\""},
-      {{"--base-rpy", "1,2,3,4"}, std::string(kBase) + "\"1,2,3,4\""},
-      {{"--base-rpy", "1,,3"}, std::string(kBase) + "\"1,,3\""},
-      {{"--base-rpy", "1,2,3,"}, std::string(kBase) + "\"1,2,3,\""},
-      {{"--seconds", "0"}, "--seconds: expected a number above 0, 1000000 at most, found \"0\""},
-      {{"--seconds", "-1"}, "--seconds: expected a number above 0, 1000000 at most, found \"-1\""},
-      {{"--seconds", "1e9"}, "--seconds: expected a number above 0, 1000000 at most, found \"1e9\""},
-      {{"--wait", "0"}, "--wait: expected a number above 0, 1000000 at most, found \"0\""},
-      {{"--frames", "0"}, "--frames: expected a number from 1 to 100, found \"0\""},
-      {{"--frames", "101"}, "--frames: expected a number from 1 to 100, found \"101\""},
-      {{"--frames", "ten"}, "--frames: expected a number from 1 to 100, found \"ten\""},
-      {{"--window", "--headless"}, "--window and --headless exclude each other"},
-      {{"--colour"}, "The following argument was not expected: --colour"},
-      {{"more"}, "The following argument was not expected: more"},
+      {"--size", "640", kSize},          {"--size", "", kSize},
+      {"--size", "x480", kSize},         {"--size", "640x", kSize},
+      {"--size", "0x480", kSize},        {"--size", "640x-480", kSize},
+      {"--size", "4097x480", kSize},     {"--size", "99999999999x480", kSize},
+      {"--size", "640x480x4", kSize},    {"--size", "6.4x480", kSize},
+      {"--distance", "far", "a number"}, {"--distance", "nan", "a number"},
+      {"--scale", "1,5", "a number"},    {"--scale", "1e999", "a number"},
+      {"--base-rpy", "1,2", kBase},      {"--base-rpy", "1,2,3,4", kBase},
+      {"--base-rpy", "1,,3", kBase},     {"--base-rpy", "1,2,3,", kBase},
+      {"--seconds", "0", kSeconds},      {"--seconds", "-1", kSeconds},
+      {"--seconds", "1e9", kSeconds},    {"--wait", "0", kSeconds},
+      {"--frames", "0", kFrames},        {"--frames", "101", kFrames},
+      {"--frames", "ten", kFrames},
   };
-  for (const auto& c : kCases) EXPECT_EQ(FailureOf(c.arguments), c.failure);
+  for (const auto& c : kCases) {
+    EXPECT_EQ(FailureOf({c.option, c.found}),
+              std::string(c.option) + ": expected " + c.expected + ", found \"" + c.found + "\"");
+  }
 }
 
-TEST(Options, ModelAndImuAreRequired) {
-  const auto failure_of = [](std::vector<const char*> arguments) -> std::string {
-    try {
-      Parse(std::move(arguments));
-    } catch (const OptionsExit& exit) {
-      return exit.what();
-    }
-    return "no failure";
-  };
-  EXPECT_EQ(failure_of({}), "--model is required");
-  EXPECT_EQ(failure_of({"--model", "device.glb"}), "--imu is required");
-  EXPECT_EQ(failure_of({"--imu", "run.csv"}), "--model is required");
+TEST(Options, WrongUseIsTold) {
+  EXPECT_EQ(FailureOf({"--window", "--headless"}), "--window and --headless exclude each other");
+  EXPECT_EQ(FailureOf({"--colour"}), "The following argument was not expected: --colour");
+  EXPECT_EQ(FailureOf({"more"}), "The following argument was not expected: more");
+  EXPECT_EQ(FailureOf({}, Parse), "--model is required");
+  EXPECT_EQ(FailureOf({"--model", "device.glb"}, Parse), "--imu is required");
+  EXPECT_EQ(FailureOf({"--imu", "run.csv"}, Parse), "--model is required");
 }
 
 TEST(Options, HelpExplainsEveryOptionAndTheImuFile) {

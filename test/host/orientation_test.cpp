@@ -1,3 +1,5 @@
+// Orientations as text, and the base that makes the present one look level.
+
 #include "host/orientation.h"
 
 #include <gtest/gtest.h>

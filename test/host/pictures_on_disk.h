@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "host/cairo_surface.h"
-#include "test/host/temp_folder.h"
+#include "test/support/files.h"
 
 /// A PNG file, as cairo has it: colours multiplied by alpha.
 class PngOnDisk {

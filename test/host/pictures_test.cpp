@@ -1,11 +1,13 @@
+// The pictures of a run: which frames are kept, the stills, the contact sheet, the animation.
+
 #include "host/pictures.h"
 
 #include <gtest/gtest.h>
 
 #include "host/animation.h"
-#include "host/host_error.h"
+#include "test/host/failure.h"
 #include "test/host/pictures_on_disk.h"
-#include "test/host/temp_folder.h"
+#include "test/support/files.h"
 
 namespace host {
 namespace {
@@ -23,15 +25,6 @@ TimedFrame At(double seconds, std::shared_ptr<const Frame> frame = nullptr) {
   timed.frame = std::move(frame);
   timed.seconds = seconds;
   return timed;
-}
-
-std::string FailureOf(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const HostError& error) {
-    return error.what();
-  }
-  return "no failure";
 }
 
 // ---- Which frames are kept --------------------------------------------------------------------------------
@@ -92,15 +85,15 @@ TEST(FrameReservoir, SpreadGoesByTimeNotByNumber) {
 // ---- PNG --------------------------------------------------------------------------------------------------
 
 TEST(WritePng, PixelsReadBackInTheirPlacesWithTheirChannels) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   Frame frame;
   frame.width = 3;
   frame.height = 2;
   frame.rgba = {255, 0,   0,   255, /**/ 0,  255, 0,  255, /**/ 0,   0,   255, 255,  //
                 10,  128, 200, 255, /**/ 99, 99,  99, 0,   /**/ 255, 255, 255, 128};
-  WritePng(frame, folder.File("frame.png"));
+  WritePng(frame, folder.PathOf("frame.png"));
 
-  const PngOnDisk png(folder.File("frame.png"));
+  const PngOnDisk png(folder.PathOf("frame.png"));
   ASSERT_EQ(png.width(), 3);
   ASSERT_EQ(png.height(), 2);
   EXPECT_EQ(png.Pixel(0, 0), 0xFFFF0000u);
@@ -112,8 +105,8 @@ TEST(WritePng, PixelsReadBackInTheirPlacesWithTheirChannels) {
 }
 
 TEST(WritePng, FailureNamesTheFile) {
-  const TempFolder folder;
-  const std::string path = folder.File("no/such/folder.png");
+  const TemporaryFolder folder;
+  const std::string path = folder.PathOf("no/such/folder.png");
   EXPECT_EQ(FailureOf([&] {
               WritePng(*PlainFrame(1, 1, {0, 0, 0, 0}), path);
             }),
@@ -135,13 +128,13 @@ bool HasWriting(const PngOnDisk& sheet, int left, int top, int width, int height
 }
 
 TEST(WriteContactSheet, FramesStandInRowsOfFourWithWritingUnderEach) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   std::vector<TimedFrame> frames(4, At(0, PlainFrame(64, 48, {200, 100, 50, 255})));
   frames.push_back(At(1.5, PlainFrame(64, 48, {10, 20, 30, 255})));
-  WriteContactSheet(frames, folder.File("sheet.png"));
+  WriteContactSheet(frames, folder.PathOf("sheet.png"));
 
   // Pictures of 240 x 180, 40 for the writing, 12 around each.
-  const PngOnDisk sheet(folder.File("sheet.png"));
+  const PngOnDisk sheet(folder.PathOf("sheet.png"));
   ASSERT_EQ(sheet.width(), 12 + 4 * (240 + 12));
   ASSERT_EQ(sheet.height(), 12 + 2 * (180 + 40 + 12));
   EXPECT_EQ(sheet.Pixel(5, 5), kSheet);
@@ -156,23 +149,23 @@ TEST(WriteContactSheet, FramesStandInRowsOfFourWithWritingUnderEach) {
 }
 
 TEST(WriteContactSheet, TransparentPixelsShowTheBackdrop) {
-  const TempFolder folder;
-  WriteContactSheet({At(0, PlainFrame(64, 48, {255, 255, 255, 0}))}, folder.File("sheet.png"));
-  const PngOnDisk sheet(folder.File("sheet.png"));
+  const TemporaryFolder folder;
+  WriteContactSheet({At(0, PlainFrame(64, 48, {255, 255, 255, 0}))}, folder.PathOf("sheet.png"));
+  const PngOnDisk sheet(folder.PathOf("sheet.png"));
   EXPECT_EQ(sheet.width(), 12 + 252) << "no wider than its frames";
   EXPECT_EQ(sheet.Pixel(12 + 120, 12 + 90), kBackdrop);
 }
 
 TEST(WriteContactSheet, FramesOfOddShapesKeepTheirShape) {
-  const TempFolder folder;
-  WriteContactSheet({At(0, PlainFrame(10, 400, {255, 0, 0, 255}))}, folder.File("high.png"));
-  const PngOnDisk high(folder.File("high.png"));
+  const TemporaryFolder folder;
+  WriteContactSheet({At(0, PlainFrame(10, 400, {255, 0, 0, 255}))}, folder.PathOf("high.png"));
+  const PngOnDisk high(folder.PathOf("high.png"));
   EXPECT_EQ(high.height(), 12 + 480 + 40 + 12);
   EXPECT_EQ(high.Pixel(12 + 120, 12 + 240), 0xFFFF0000u);
   EXPECT_EQ(high.Pixel(12 + 100, 12 + 240), kBackdrop) << "12 wide, in the middle";
 
-  WriteContactSheet({At(0, PlainFrame(4000, 1, {255, 0, 0, 255}))}, folder.File("wide.png"));
-  EXPECT_EQ(PngOnDisk(folder.File("wide.png")).height(), 12 + 1 + 40 + 12);
+  WriteContactSheet({At(0, PlainFrame(4000, 1, {255, 0, 0, 255}))}, folder.PathOf("wide.png"));
+  EXPECT_EQ(PngOnDisk(folder.PathOf("wide.png")).height(), 12 + 1 + 40 + 12);
 }
 
 TEST(WriteContactSheet, FailsWithoutFrames) {
@@ -188,13 +181,13 @@ std::shared_ptr<Frame> NumberedFrame(int number, int width = 64, int height = 48
 }
 
 TEST(Animation, EveryPictureCanBeDecodedAgainAtItsTime) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   Animation animation;
   for (int i = 0; i < 10; ++i) animation.Add(At(3.0 + 0.1 * i, NumberedFrame(i)));
-  animation.Write(folder.File("a.webp"));
+  animation.Write(folder.PathOf("a.webp"));
 
   EXPECT_EQ(animation.picture_count(), 10u);
-  const WebPOnDisk webp(folder.File("a.webp"));
+  const WebPOnDisk webp(folder.PathOf("a.webp"));
   EXPECT_EQ(webp.width, 64);
   EXPECT_EQ(webp.height, 48);
   EXPECT_EQ(webp.loop_count, 0) << "for ever";
@@ -232,11 +225,11 @@ TEST(Animation, RunIsCutOffAfterAMinute) {
 }
 
 TEST(Animation, LargeFramesAreScaledDownAndTransparencyShowsTheBackdrop) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   Animation animation;
   animation.Add(At(0, PlainFrame(640, 480, {255, 255, 255, 0})));
-  animation.Write(folder.File("a.webp"));
-  const WebPOnDisk webp(folder.File("a.webp"));
+  animation.Write(folder.PathOf("a.webp"));
+  const WebPOnDisk webp(folder.PathOf("a.webp"));
   EXPECT_EQ(webp.width, 320);
   EXPECT_EQ(webp.height, 240);
   ASSERT_EQ(webp.pictures.size(), 1u);
@@ -247,19 +240,19 @@ TEST(Animation, LargeFramesAreScaledDownAndTransparencyShowsTheBackdrop) {
 }
 
 TEST(Animation, ScreenSizedFramesAreNoScreenInTheAnimation) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   Animation animation;
   animation.Add(At(0, PlainFrame(1600, 1200, {1, 2, 3, 255})));
-  animation.Write(folder.File("a.webp"));
-  EXPECT_EQ(WebPOnDisk(folder.File("a.webp")).width, 480);
+  animation.Write(folder.PathOf("a.webp"));
+  EXPECT_EQ(WebPOnDisk(folder.PathOf("a.webp")).width, 480);
 }
 
 TEST(Animation, FailuresAreOneLineEach) {
   EXPECT_EQ(FailureOf([] { Animation().Write("a.webp"); }), "cannot make the animation: there are no frames");
-  const TempFolder folder;
+  const TemporaryFolder folder;
   Animation animation;
   animation.Add(At(0, NumberedFrame(1, 8, 8)));
-  const std::string path = folder.File("no/such/folder.webp");
+  const std::string path = folder.PathOf("no/such/folder.webp");
   EXPECT_EQ(FailureOf([&] { animation.Write(path); }), "cannot write " + path + ": No such file or directory");
 }
 

@@ -1,3 +1,5 @@
+// The recorder, which writes a run's pictures while it goes on and at its end.
+
 #include "host/recorder.h"
 
 #include <gtest/gtest.h>
@@ -7,9 +9,9 @@
 #include <memory>
 #include <thread>
 
-#include "host/host_error.h"
+#include "test/host/failure.h"
 #include "test/host/pictures_on_disk.h"
-#include "test/host/temp_folder.h"
+#include "test/support/files.h"
 
 namespace host {
 namespace {
@@ -29,16 +31,16 @@ TimedFrame FrameAt(double seconds) {
 void IgnoreFirst(const std::string&) {}
 
 TEST(Recorder, AllFilesAreWrittenAndNamed) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   Recorder recorder(folder.path(), 3, 8 * 6 * 4, IgnoreFirst);
   for (int i = 0; i < 5; ++i) recorder.Add(FrameAt(i));
   recorder.Close();
   const Recorder::Files files = recorder.Finish();
 
-  EXPECT_EQ(files.stills, (std::vector<std::string>{folder.File("frame_01.png"), folder.File("frame_02.png"),
-                                                    folder.File("frame_03.png")}));
-  EXPECT_EQ(files.contact_sheet, folder.File("contact_sheet.png"));
-  EXPECT_EQ(files.animation, folder.File("orientation.webp"));
+  EXPECT_EQ(files.stills, (std::vector<std::string>{folder.PathOf("frame_01.png"), folder.PathOf("frame_02.png"),
+                                                    folder.PathOf("frame_03.png")}));
+  EXPECT_EQ(files.contact_sheet, folder.PathOf("contact_sheet.png"));
+  EXPECT_EQ(files.animation, folder.PathOf("orientation.webp"));
   EXPECT_FALSE(files.animation_cut_off);
   EXPECT_EQ(files.frames_left_out, 0u);
   EXPECT_EQ(PngOnDisk(files.stills[1]).width(), 8);
@@ -47,7 +49,7 @@ TEST(Recorder, AllFilesAreWrittenAndNamed) {
 }
 
 TEST(Recorder, FramesThatTheEncoderHasNoTimeForAreCountedNotQueued) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   std::promise<void> held;
   std::promise<void> go_on;
   Recorder recorder(folder.path(), 12, 8 * 6 * 4, [&](const std::string&) {
@@ -65,12 +67,12 @@ TEST(Recorder, FramesThatTheEncoderHasNoTimeForAreCountedNotQueued) {
 }
 
 TEST(Recorder, FirstPictureIsThereLongBeforeTheEndOfTheRun) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   std::promise<std::string> first;
   Recorder recorder(folder.path(), 100, 8 * 6 * 4, [&](const std::string& path) { first.set_value(path); });
   recorder.Add(FrameAt(2));
   const std::string path = first.get_future().get();
-  EXPECT_EQ(path, folder.File("frame_001.png")) << "as many digits as the last one may need";
+  EXPECT_EQ(path, folder.PathOf("frame_001.png")) << "as many digits as the last one may need";
   EXPECT_EQ(PngOnDisk(path).Pixel(4, 3), 0xFF6464FFu);
 
   for (int i = 3; i < 6; ++i) recorder.Add(FrameAt(i));
@@ -83,19 +85,19 @@ TEST(Recorder, FirstPictureIsThereLongBeforeTheEndOfTheRun) {
 }
 
 TEST(Recorder, FilesAreWrittenWithoutSomebodyWaitingForThem) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   {
     Recorder recorder(folder.path(), 1, 8 * 6 * 4, IgnoreFirst);
     recorder.Add(FrameAt(0));
     recorder.Close();
     recorder.Add(FrameAt(1));  // too late
   }
-  EXPECT_EQ(PngOnDisk(folder.File("frame_01.png")).width(), 8);
-  EXPECT_EQ(WebPOnDisk(folder.File("orientation.webp")).pictures.size(), 1u);
+  EXPECT_EQ(PngOnDisk(folder.PathOf("frame_01.png")).width(), 8);
+  EXPECT_EQ(WebPOnDisk(folder.PathOf("orientation.webp")).pictures.size(), 1u);
 }
 
 TEST(Recorder, NothingButTheFirstPictureIsWrittenWithoutAnEndOfTheRun) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   {
     Recorder recorder(folder.path(), 3, 8 * 6 * 4, IgnoreFirst);
     for (int i = 0; i < 5; ++i) recorder.Add(FrameAt(i));
@@ -104,43 +106,30 @@ TEST(Recorder, NothingButTheFirstPictureIsWrittenWithoutAnEndOfTheRun) {
 }
 
 TEST(Recorder, FailsWhenThereWasNoFrame) {
-  const TempFolder folder;
+  const TemporaryFolder folder;
   Recorder recorder(folder.path(), 3, 8 * 6 * 4, IgnoreFirst);
   recorder.Close();
-  try {
-    recorder.Finish();
-    FAIL() << "no failure";
-  } catch (const HostError& error) {
-    EXPECT_STREQ(error.what(), "the plug-in drew no frame during the run");
-  }
+  EXPECT_EQ(FailureOf([&] { recorder.Finish(); }), "the plug-in drew no frame during the run");
 }
 
 TEST(Recorder, FailsWhenAFileCannotBeWritten) {
-  const TempFolder folder;
-  std::filesystem::create_directory(folder.File("contact_sheet.png"));
+  const TemporaryFolder folder;
+  std::filesystem::create_directory(folder.PathOf("contact_sheet.png"));
   Recorder recorder(folder.path(), 3, 8 * 6 * 4, IgnoreFirst);
   recorder.Add(FrameAt(0));
   recorder.Close();
-  try {
-    recorder.Finish();
-    FAIL() << "no failure";
-  } catch (const HostError& error) {
-    EXPECT_EQ(error.what(), "cannot write " + folder.File("contact_sheet.png") + ": Is a directory");
-  }
+  EXPECT_EQ(FailureOf([&] { recorder.Finish(); }),
+            "cannot write " + folder.PathOf("contact_sheet.png") + ": Is a directory");
 }
 
 TEST(Recorder, FirstPictureThatCannotBeWrittenIsToldDuringTheRun) {
   Recorder recorder("/no/such/folder", 3, 8 * 6 * 4, IgnoreFirst);
   recorder.Check();
   recorder.Add(FrameAt(0));
-  try {
-    for (;;) {  // until the recorder's thread has failed
-      recorder.Check();
-      std::this_thread::yield();
-    }
-  } catch (const HostError& error) {
-    EXPECT_STREQ(error.what(), "cannot write /no/such/folder/frame_01.png: No such file or directory");
-  }
+  const auto wait_for_the_failure = [&] {
+    for (;; std::this_thread::yield()) recorder.Check();
+  };
+  EXPECT_EQ(FailureOf(wait_for_the_failure), "cannot write /no/such/folder/frame_01.png: No such file or directory");
 }
 
 }  // namespace

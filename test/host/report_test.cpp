@@ -1,3 +1,5 @@
+// The report at the end of a run, and the latencies in it.
+
 #include "host/report.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// The viewer's commands, as the plug-in gets them, and what its answers come to.
+
 #include "host/viewer.h"
 
 #include <gtest/gtest.h>

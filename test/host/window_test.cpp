@@ -1,3 +1,5 @@
+// The window: its keys, and how a frame is shown.
+
 #include "host/window.h"
 
 #include <SDL.h>
@@ -6,7 +8,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "host/host_error.h"
+#include "test/host/failure.h"
 
 namespace host {
 namespace {
@@ -93,12 +95,8 @@ TEST_F(WindowTest, FrameIsShownWithItsTopRowUpAndChequersWhereItIsTransparent) {
 
 TEST(WindowFailureTest, MissingDriverIsOneLine) {
   setenv("SDL_VIDEODRIVER", "nosuch", 1);
-  try {
-    Window("test", 64, 48);
-    FAIL() << "no failure";
-  } catch (const HostError& error) {
-    EXPECT_STREQ(error.what(), "cannot open a window: nosuch not available; --headless needs no display");
-  }
+  EXPECT_EQ(FailureOf([] { Window("test", 64, 48); }),
+            "cannot open a window: nosuch not available; --headless needs no display");
 }
 
 }  // namespace

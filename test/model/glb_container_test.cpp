@@ -10,25 +10,25 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "test/log_capture.h"
 #include "test/model/loading.h"
 #include "test/model/open_hook.h"
-#include "test/model/read_fault.h"
+#include "test/support/files.h"
+#include "test/support/log_capture.h"
+#include "test/support/read_fault.h"
 
 using glb_builder::Bytes;
 using glb_builder::Floats;
 using glb_builder::Glb;
+using glb_builder::kTrianglePositions;
 using glb_builder::Mesh;
-using glb_builder::TemporaryFolder;
 using glb_builder::Triangle;
+using glb_builder::Ushorts;
 using model_test::kTriangleLog;
 using model_test::Load;
 using model_test::Loaded;
 using model_test::LoadPath;
 using model_test::OpenHook;
 using model_test::PreviousModel;
-using model_test::ReadFault;
-using model_test::StatFault;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -39,35 +39,18 @@ Glb Good() { return Glb().Add(Triangle()); }
 uint32_t JsonSize() { return static_cast<uint32_t>((Good().JsonText().size() + 3) / 4 * 4); }
 uint32_t BinSize() { return static_cast<uint32_t>((Good().BinData().size() + 3) / 4 * 4); }
 
-// ---- The builder itself, so that it and the loader cannot be wrong together -------------------------------
-
-TEST(GlbBuilderTest, AFileIsHeaderPaddedJsonAndPaddedBin) {
-  const Bytes expected = {'g', 'l', 'T', 'F', 2,   0,   0,   0,   40,  0,   0,   0,    // header
-                          4,   0,   0,   0,   'J', 'S', 'O', 'N', '{', '}', ' ', ' ',  // JSON
-                          8,   0,   0,   0,   'B', 'I', 'N', 0,   1,   2,   3,   4,   5, 0, 0, 0};
-  EXPECT_EQ(Glb().Json("{}").Bin({1, 2, 3, 4, 5}).Build(), expected);
-}
-
-TEST(GlbBuilderTest, AMeshBecomesAccessorsAndViewsOfItsOwn) {
-  const Glb glb = Glb().Add(Mesh(Floats({1, 2, 3}).Offset(4))
-                                .Normals(Floats({4, 5, 6}))
-                                .Indices(glb_builder::Ushorts({7}).ViewField("byteStride", "2"))
-                                .Field("name", "\"lid\"")
-                                .Color("1, 0, 0"));
-  EXPECT_EQ(glb.JsonText(),
-            R"({"asset":{"version":"2.0"},)"
-            R"("meshes":[{"name":"lid","primitives":[)"
-            R"({"attributes":{"POSITION":0,"NORMAL":1},"indices":2,"material":0}]}],)"
-            R"("materials":[{"pbrMetallicRoughness":{"baseColorFactor":[1, 0, 0]}}],)"
-            R"("accessors":[{"bufferView":0,"byteOffset":4,"componentType":5126,"count":1,"type":"VEC3"},)"
-            R"({"bufferView":1,"componentType":5126,"count":1,"type":"VEC3"},)"
-            R"({"bufferView":2,"componentType":5123,"count":1,"type":"SCALAR"}],)"
-            R"("bufferViews":[{"buffer":0,"byteOffset":0,"byteLength":16},)"
-            R"({"buffer":0,"byteOffset":16,"byteLength":12},)"
-            R"({"byteStride":2,"buffer":0,"byteOffset":28,"byteLength":2}],)"
-            R"("buffers":[{"byteLength":30}]})");
-  EXPECT_EQ(glb.BinData(), (Bytes{0xEE, 0xEE, 0xEE, 0xEE, 0,    0, 0x80, 0x3F, 0,    0, 0x00, 0x40, 0,    0, 0x40,
-                                  0x40, 0,    0,    0x80, 0x40, 0, 0,    0xA0, 0x40, 0, 0,    0xC0, 0x40, 7, 0}));
+// Loads it with a log and without: the model is emptied, and nothing is said anywhere but in the log, after what that
+// held before.
+void ExpectFailure(const std::string& path, const std::string& message) {
+  std::string log = "before\n";
+  for (std::string* const used_log : {&log, static_cast<std::string*>(nullptr)}) {
+    GLBModel model = PreviousModel();
+    LogCapture out(stdout), err(stderr);
+    EXPECT_FALSE(load_glb_model(path, model, used_log));
+    EXPECT_EQ(out.Take() + err.Take(), "");
+    EXPECT_THAT(model.meshes, IsEmpty());
+  }
+  EXPECT_EQ(log, "before\n" + message);
 }
 
 // ---- Files that are refused -------------------------------------------------------------------------------
@@ -89,94 +72,64 @@ std::vector<BadFile> BadFiles() {
   const uint32_t kOtherType = 0x58585858;
   std::vector<BadFile> files = {
       {"empty", {}, kHeader},
-      {"one byte", Good().TruncatedTo(1).Build(), kHeader},
-      {"eleven bytes", Good().TruncatedTo(11).Build(), kHeader},
-      {"eleven bytes of something else", Good().Magic(0).TruncatedTo(11).Build(), kHeader},
+      {"one byte", Good().TruncatedTo(1), kHeader},
+      {"eleven bytes", Good().TruncatedTo(11), kHeader},
+      {"eleven bytes of something else", Good().Magic(0).TruncatedTo(11), kHeader},
 
-      {"magic in the other byte order", Good().Magic(0x676C5446).Build(), kMagicOrVersion},
-      {"magic of another case", Good().Magic(0x46544C47).Build(), kMagicOrVersion},
-      {"magic off by its last byte", Good().Magic(0x47546C67).Build(), kMagicOrVersion},
-      {"version 0", Good().Version(0).Build(), kMagicOrVersion},
-      {"version 1", Good().Version(1).Build(), kMagicOrVersion},
-      {"version 3", Good().Version(3).Build(), kMagicOrVersion},
-      {"version 2 in the other byte order", Good().Version(0x02000000).Build(), kMagicOrVersion},
-      {"version 2 in its lower half alone", Good().Version(0x00010002).Build(), kMagicOrVersion},
-      {"magic and version", Good().Magic(0).Version(1).Build(), kMagicOrVersion},
-      {"twelve bytes of something else", Good().Magic(0).TruncatedTo(12).Build(), kMagicOrVersion},
+      {"magic in the other byte order", Good().Magic(0x676C5446), kMagicOrVersion},
+      {"magic of another case", Good().Magic(0x46544C47), kMagicOrVersion},
+      {"magic off by its last byte", Good().Magic(0x47546C67), kMagicOrVersion},
+      {"version 0", Good().Version(0), kMagicOrVersion},
+      {"version 1", Good().Version(1), kMagicOrVersion},
+      {"version 3", Good().Version(3), kMagicOrVersion},
+      {"version 2 in the other byte order", Good().Version(0x02000000), kMagicOrVersion},
+      {"version 2 in its lower half alone", Good().Version(0x00010002), kMagicOrVersion},
+      {"magic and version", Good().Magic(0).Version(1), kMagicOrVersion},
+      {"twelve bytes of something else", Good().Magic(0).TruncatedTo(12), kMagicOrVersion},
 
-      {"JSON one byte longer than the file", Good().WithoutBin().JsonLength(json + 1).Build(), kSilent},
-      {"JSON one byte longer than the file, other type",
-       Good().WithoutBin().JsonLength(json + 1).JsonType(kOtherType).Build(), kSilent},
-      {"JSON length 2^32 - 1", Good().JsonLength(0xFFFFFFFF).Build(), kSilent},
-      {"JSON length that wraps to the header", Good().JsonLength(0xFFFFFFEC).Build(), kSilent},
-      {"JSON length that wraps to itself", Good().JsonLength(0xFFFFFFF0).JsonType(kOtherType).Build(), kSilent},
-      {"JSON length 2^31", Good().JsonLength(0x80000000).Build(), kSilent},
+      {"JSON one byte longer than the file", Good().WithoutBin().JsonLength(json + 1), kSilent},
+      {"JSON one byte longer than the file, other type", Good().WithoutBin().JsonLength(json + 1).JsonType(kOtherType),
+       kSilent},
+      {"JSON length 2^32 - 1", Good().JsonLength(0xFFFFFFFF), kSilent},
+      {"JSON length that wraps to the header", Good().JsonLength(0xFFFFFFEC), kSilent},
+      {"JSON length that wraps to itself", Good().JsonLength(0xFFFFFFF0).JsonType(kOtherType), kSilent},
+      {"JSON length 2^31", Good().JsonLength(0x80000000), kSilent},
 
-      {"first chunk of another type", Good().JsonType(kOtherType).Build(), kNotJson},
-      {"first chunk in lower case", Good().JsonType(0x6E6F736A).Build(), kNotJson},
-      {"first chunk is BIN", Good().JsonType(0x004E4942).Build(), kNotJson},
-      {"first chunk of another type, alone", Good().JsonType(kOtherType).WithoutBin().Build(), kNotJson},
+      {"first chunk of another type", Good().JsonType(kOtherType), kNotJson},
+      {"first chunk in lower case", Good().JsonType(0x6E6F736A), kNotJson},
+      {"first chunk is BIN", Good().JsonType(0x004E4942), kNotJson},
+      {"first chunk of another type, alone", Good().JsonType(kOtherType).WithoutBin(), kNotJson},
       {"first chunk of another type, BIN too long",
-       Good().JsonType(kOtherType).BinLength(0xFFFFFFFF).BinType(kOtherType).Build(), kNotJson},
+       Good().JsonType(kOtherType).BinLength(0xFFFFFFFF).BinType(kOtherType), kNotJson},
 
-      {"no BIN", Good().WithoutBin().Build(), kSilent},
-      {"no BIN and no JSON text", Glb().Json("").WithoutBin().Build(), kSilent},
-      {"BIN length alone", Good().TruncatedTo(20 + json + 4).Build(), kSilent},
-      {"seven bytes of BIN header", Good().TruncatedTo(20 + json + 7).Build(), kSilent},
-      {"BIN one byte longer than the file", Good().BinLength(bin + 1).Build(), kSilent},
-      {"BIN one byte longer than the file, other type", Good().BinLength(bin + 1).BinType(kOtherType).Build(), kSilent},
-      {"BIN length 2^32 - 1", Good().BinLength(0xFFFFFFFF).Build(), kSilent},
-      {"BIN length that wraps to the JSON", Good().BinLength(0xFFFFFFF8 - json).Build(), kSilent},
-      {"BIN length 2^31", Good().BinLength(0x80000000).Build(), kSilent},
+      {"no BIN", Good().WithoutBin(), kSilent},
+      {"no BIN and no JSON text", Glb().Json("").WithoutBin(), kSilent},
+      {"BIN length alone", Good().TruncatedTo(20 + json + 4), kSilent},
+      {"seven bytes of BIN header", Good().TruncatedTo(20 + json + 7), kSilent},
+      {"BIN one byte longer than the file", Good().BinLength(bin + 1), kSilent},
+      {"BIN one byte longer than the file, other type", Good().BinLength(bin + 1).BinType(kOtherType), kSilent},
+      {"BIN length 2^32 - 1", Good().BinLength(0xFFFFFFFF), kSilent},
+      {"BIN length that wraps to the JSON", Good().BinLength(0xFFFFFFF8 - json), kSilent},
+      {"BIN length 2^31", Good().BinLength(0x80000000), kSilent},
 
-      {"second chunk of another type", Good().BinType(kOtherType).Build(), kNotBin},
-      {"second chunk with a space for the zero", Good().BinType(0x204E4942).Build(), kNotBin},
-      {"second chunk is JSON", Good().BinType(0x4E4F534A).Build(), kNotBin},
-      {"second chunk of another type, empty", Good().Bin({}).BinType(kOtherType).Build(), kNotBin},
+      {"second chunk of another type", Good().BinType(kOtherType), kNotBin},
+      {"second chunk with a space for the zero", Good().BinType(0x204E4942), kNotBin},
+      {"second chunk is JSON", Good().BinType(0x4E4F534A), kNotBin},
+      {"second chunk of another type, empty", Good().Bin({}).BinType(kOtherType), kNotBin},
       {"BIN as the third chunk",
-       Good().BinLength(4).BinType(kOtherType).Bin({0, 0, 0, 0, 4, 0, 0, 0, 'B', 'I', 'N', 0, 1, 2, 3, 4}).Build(),
-       kNotBin},
+       Good().BinLength(4).BinType(kOtherType).Bin({0, 0, 0, 0, 4, 0, 0, 0, 'B', 'I', 'N', 0, 1, 2, 3, 4}), kNotBin},
   };
   for (size_t size = 12; size < 20; ++size) {
-    files.push_back({"a good header cut to " + std::to_string(size), Good().TruncatedTo(size).Build(), kSilent});
+    files.push_back({"a good header cut to " + std::to_string(size), Good().TruncatedTo(size), kSilent});
   }
   return files;
 }
 
-class BadFileTest : public ::testing::Test {
- protected:
-  TemporaryFolder folder_;
-};
-
-TEST_F(BadFileTest, FailsWithItsMessageOrSilentlyAndLeavesTheModelEmpty) {
+TEST(GlbContainerTest, ABadFileFailsWithItsMessageOrSilently) {
+  const TemporaryFolder folder;
   for (const BadFile& bad : BadFiles()) {
     SCOPED_TRACE(bad.name);
-    GLBModel model = PreviousModel();
-    std::string log;
-    EXPECT_FALSE(load_glb_model(folder_.Write("bad.glb", bad.file), model, &log));
-    EXPECT_EQ(log, bad.log);
-    EXPECT_THAT(model.meshes, IsEmpty());
-  }
-}
-
-TEST_F(BadFileTest, FailsTheSameWithoutALogAndSaysNothingAnywhere) {
-  for (const BadFile& bad : BadFiles()) {
-    SCOPED_TRACE(bad.name);
-    GLBModel model = PreviousModel();
-    LogCapture out(stdout), err(stderr);
-    EXPECT_FALSE(load_glb_model(folder_.Write("bad.glb", bad.file), model, nullptr));
-    EXPECT_EQ(out.Take() + err.Take(), "");
-    EXPECT_THAT(model.meshes, IsEmpty());
-  }
-}
-
-TEST_F(BadFileTest, LeavesWhatTheLogHeldBefore) {
-  for (const BadFile& bad : BadFiles()) {
-    SCOPED_TRACE(bad.name);
-    GLBModel model;
-    std::string log = "Trying: bad.glb\n";
-    EXPECT_FALSE(load_glb_model(folder_.Write("bad.glb", bad.file), model, &log));
-    EXPECT_EQ(log, std::string("Trying: bad.glb\n") + bad.log);
+    ExpectFailure(folder.Write("bad.glb", bad.file), bad.log);
   }
 }
 
@@ -185,10 +138,8 @@ TEST(GlbContainerTest, EveryPrefixOfAGoodFileFailsByItsHeaderOrSilently) {
   const TemporaryFolder folder;
   for (size_t size = 0; size < file.size(); ++size) {
     SCOPED_TRACE(size);
-    const Loaded loaded = LoadPath(folder.Write("prefix.glb", Bytes(file.data(), file.data() + size)));
-    EXPECT_FALSE(loaded.ok);
-    EXPECT_EQ(loaded.log, size < 12 ? "fail: header\n" : "");
-    EXPECT_THAT(loaded.model.meshes, IsEmpty());
+    ExpectFailure(folder.Write("prefix.glb", Bytes(file.data(), file.data() + size)),
+                  size < 12 ? "fail: header\n" : "");
   }
   EXPECT_EQ(Load(file).log, kTriangleLog);
 }
@@ -197,16 +148,7 @@ TEST(GlbContainerTest, EveryPrefixOfAGoodFileFailsByItsHeaderOrSilently) {
 
 class UnreadablePathTest : public ::testing::Test {
  protected:
-  void ExpectReadFailure(const std::string& path) {
-    GLBModel model = PreviousModel();
-    std::string log;
-    EXPECT_FALSE(load_glb_model(path, model, &log));
-    EXPECT_EQ(log, "fail: read file\n");
-    EXPECT_THAT(model.meshes, IsEmpty());
-    LogCapture out(stdout), err(stderr);
-    EXPECT_FALSE(load_glb_model(path, model, nullptr));
-    EXPECT_EQ(out.Take() + err.Take(), "");
-  }
+  static void ExpectReadFailure(const std::string& path) { ExpectFailure(path, "fail: read file\n"); }
 
   std::string MakePipe(const char* name) {
     const std::string path = folder_.PathOf(name);
@@ -214,23 +156,21 @@ class UnreadablePathTest : public ::testing::Test {
     return path;
   }
 
+  std::string LinkTo(const std::string& target) {
+    const std::string link = folder_.PathOf("link.glb");
+    EXPECT_EQ(symlink(target.c_str(), link.c_str()), 0);
+    return link;
+  }
+
   TemporaryFolder folder_;
 };
 
-TEST_F(UnreadablePathTest, AMissingFile) { ExpectReadFailure(folder_.PathOf("missing.glb")); }
-
-TEST_F(UnreadablePathTest, AnEmptyPath) { ExpectReadFailure(""); }
-
-TEST_F(UnreadablePathTest, AFileOfAMissingFolder) { ExpectReadFailure(folder_.PathOf("missing/model.glb")); }
-
-TEST_F(UnreadablePathTest, AFileTakenForAFolder) {
+TEST_F(UnreadablePathTest, WhereThereIsNothing) {
+  ExpectReadFailure(folder_.PathOf("missing.glb"));
+  ExpectReadFailure(folder_.PathOf("missing/model.glb"));
   ExpectReadFailure(folder_.Write("model.glb", Good()) + "/model.glb");
-}
-
-TEST_F(UnreadablePathTest, ALinkThatLeadsNowhere) {
-  const std::string link = folder_.PathOf("link.glb");
-  ASSERT_EQ(symlink("missing.glb", link.c_str()), 0);
-  ExpectReadFailure(link);
+  ExpectReadFailure(LinkTo("missing.glb"));
+  ExpectReadFailure("");
 }
 
 TEST_F(UnreadablePathTest, AFolder) {
@@ -239,15 +179,13 @@ TEST_F(UnreadablePathTest, AFolder) {
   ExpectReadFailure(folder_.PathOf("model.glb/"));
   ExpectReadFailure("/");
   ExpectReadFailure(".");
+  ExpectReadFailure(LinkTo(folder_.path()));
 }
 
-TEST_F(UnreadablePathTest, ALinkToAFolder) {
-  const std::string link = folder_.PathOf("link.glb");
-  ASSERT_EQ(symlink(folder_.path().c_str(), link.c_str()), 0);
-  ExpectReadFailure(link);
+TEST_F(UnreadablePathTest, APipeThatNobodyWritesTo) {
+  ExpectReadFailure(MakePipe("pipe.glb"));
+  ExpectReadFailure(LinkTo("pipe.glb"));
 }
-
-TEST_F(UnreadablePathTest, APipeThatNobodyWritesTo) { ExpectReadFailure(MakePipe("pipe.glb")); }
 
 TEST_F(UnreadablePathTest, APipeWithAWriter) {
   const std::string pipe = MakePipe("pipe.glb");
@@ -259,13 +197,6 @@ TEST_F(UnreadablePathTest, APipeWithAWriter) {
   EXPECT_EQ(ioctl(writer, FIONREAD, &unread), 0);
   EXPECT_EQ(unread, 4);
   close(writer);
-}
-
-TEST_F(UnreadablePathTest, ALinkToAPipe) {
-  MakePipe("pipe.glb");
-  const std::string link = folder_.PathOf("link.glb");
-  ASSERT_EQ(symlink("pipe.glb", link.c_str()), 0);
-  ExpectReadFailure(link);
 }
 
 TEST_F(UnreadablePathTest, ADevice) {
@@ -355,8 +286,8 @@ TEST(GlbContainerTest, WhatIsNotLookedAtMakesNoDifference) {
       {"total length too small", Good().TotalLength(20)},
       {"total length one too large", Good().TotalLength(20 + json + 8 + BinSize() + 1)},
       {"total length 2^32 - 1", Good().TotalLength(0xFFFFFFFF)},
-      {"a byte behind BIN", Good().Trailing({1})},
-      {"what looks like a BIN header behind BIN", Good().Trailing({0xFF, 0xFF, 0xFF, 0xFF, 'B', 'I', 'N', 0})},
+      {"a byte after BIN", Good().Trailing({1})},
+      {"what looks like a BIN header after BIN", Good().Trailing({0xFF, 0xFF, 0xFF, 0xFF, 'B', 'I', 'N', 0})},
       {"a third chunk that is too long", Good().Trailing({0xFF, 0xFF, 0xFF, 0xFF, 'X', 'X', 'X', 'X'})},
       {"BIN ends before the file", Good().BinLength(static_cast<uint32_t>(Good().BinData().size()))},
   };
@@ -366,7 +297,7 @@ TEST(GlbContainerTest, WhatIsNotLookedAtMakesNoDifference) {
     EXPECT_TRUE(loaded.ok);
     EXPECT_EQ(loaded.log, kTriangleLog);
     ASSERT_EQ(loaded.model.meshes.size(), 1u);
-    EXPECT_EQ(loaded.model.meshes[0].positions, glb_builder::kTrianglePositions);
+    EXPECT_EQ(loaded.model.meshes[0].positions, kTrianglePositions);
     EXPECT_THAT(loaded.model.meshes[0].indices, ElementsAre(0, 1, 2));
   }
 }
@@ -376,10 +307,9 @@ TEST(GlbContainerTest, AFileLoadsTheSameWithoutALogAndSaysNothingAnywhere) {
   // With meshes that cannot be decoded, or only with a warning.
   const std::string path = folder.Write(
       "model.glb", Good()
-                       .Add(Mesh(Floats(glb_builder::kTrianglePositions).Field("type", "\"VEC2\"")))
-                       .Add(Mesh(Floats(glb_builder::kTrianglePositions))
-                                .Indices(glb_builder::Ushorts({0, 1, 2}).Field("componentType", "5121")))
-                       .Add(Mesh(Floats(glb_builder::kTrianglePositions)).Indices(glb_builder::Ushorts({0, 1, 3}))));
+                       .Add(Mesh(Floats(kTrianglePositions).Field("type", "\"VEC2\"")))
+                       .Add(Mesh(Floats(kTrianglePositions)).Indices(Ushorts({0, 1, 2}).Field("componentType", "5121")))
+                       .Add(Mesh(Floats(kTrianglePositions)).Indices(Ushorts({0, 1, 3}))));
   const Loaded logged = LoadPath(path);
   EXPECT_EQ(logged.log.substr(0, 15), "Found 4 meshes\n");
   GLBModel model;
@@ -438,17 +368,17 @@ TEST(GlbContainerTest, ARelativePathStartsAtTheWorkingFolder) {
   EXPECT_EQ(loaded.log, kTriangleLog);
 }
 
-TEST(GlbContainerTest, BinBeginsRightBehindJsonOfAnyLength) {
+TEST(GlbContainerTest, BinBeginsRightAfterJsonOfAnyLength) {
   for (size_t spaces = 0; spaces < 8; ++spaces) {
     SCOPED_TRACE(spaces);
     const Loaded loaded = Load(Good().Unpadded().Json(Good().JsonText() + std::string(spaces, ' ')));
     EXPECT_EQ(loaded.log, kTriangleLog);
     ASSERT_EQ(loaded.model.meshes.size(), 1u);
-    EXPECT_EQ(loaded.model.meshes[0].positions, glb_builder::kTrianglePositions);
+    EXPECT_EQ(loaded.model.meshes[0].positions, kTrianglePositions);
   }
 }
 
-TEST(GlbContainerTest, BinBehindTheNextMultipleOfFourIsNotFound) {
+TEST(GlbContainerTest, BinAfterTheNextMultipleOfFourIsNotFound) {
   const std::string json = R"({"meshes":[]} )";
   ASSERT_EQ(json.size() % 4, 2u);
   const Loaded loaded = Load(Glb().Json(json).JsonLength(static_cast<uint32_t>(json.size())).Bin({1, 2, 3, 4}));
@@ -466,7 +396,7 @@ TEST(GlbContainerTest, AnEmptyBinIsABin) {
   EXPECT_EQ(Load(Glb().Json(R"({"meshes":[]})").Bin({})).log, "Found 0 meshes\n");
 }
 
-TEST(GlbContainerTest, TheJsonTextGoesOnBehindZeroBytes) {
+TEST(GlbContainerTest, TheJsonTextGoesOnAfterZeroBytes) {
   std::string json = Good().JsonText();
   json.insert(1, std::string(3, '\0'));
   const Loaded loaded = Load(Good().Json(json));

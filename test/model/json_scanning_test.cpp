@@ -1,24 +1,19 @@
-// The functions that pick values out of the JSON text, what they misread included: the same file must always
-// give the same model.
+// The functions that pick values out of the JSON text, what they misread included: the same file must always give the
+// same model.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cerrno>
-#include <cfenv>
 #include <climits>
-#include <cmath>
-#include <cstdio>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
-#include "model/glb_loader.cpp"
+#include "model/json_scanning.h"
+#include "test/model/throws_as.h"
 
+namespace json_scanning {
 namespace {
-
-// That the call throws, and what the exception has to say.
-template <typename Exception>
-auto ThrowsAs(const char* what) {
-  return ::testing::ThrowsMessage<Exception>(::testing::StrEq(what));
-}
 
 // ---- find_key ---------------------------------------------------------------------------------------------
 
@@ -30,7 +25,7 @@ TEST(FindKeyTest, TheFirstQuotedOccurrenceIsTaken) {
     size_t position;
   } kRows[] = {
       {"at the start", R"("count":1)", "count", 0},
-      {"behind other text", R"({"a":1,"count":2})", "count", 7},
+      {"after other text", R"({"a":1,"count":2})", "count", 7},
       {"at the end", R"(x "count")", "count", 2},
       {"the first of two", R"("count":1,"count":2)", "count", 0},
       {"inside a deeper object", R"({"extras":{"count":1},"count":2})", "count", 11},
@@ -72,9 +67,9 @@ struct IntegerRow {
   int value;
 };
 
-TEST(ParseIntFieldTest, TheFirstRunOfDigitsAndMinusSignsBehindTheColonIsTheValue) {
+TEST(ParseIntFieldTest, TheFirstRunOfDigitsAndMinusSignsAfterTheColonIsTheValue) {
   const IntegerRow kRows[] = {
-      {"behind a space", R"({"count": 24})", 24},
+      {"after a space", R"({"count": 24})", 24},
       {"negative", R"({"count":-7})", -7},
       {"a decimal fraction", R"({"count":3.9})", 3},
       {"an exponent", R"({"count":1e3})", 1},
@@ -89,7 +84,7 @@ TEST(ParseIntFieldTest, TheFirstRunOfDigitsAndMinusSignsBehindTheColonIsTheValue
       {"a minus sign within", R"({"count":12-3})", 12},
       {"a minus sign at the end", R"({"count":12-})", 12},
       {"at the end of the text", R"("count":24)", 24},
-      {"right behind the colon at the end of the text", R"("count":4)", 4},
+      {"right after the colon at the end of the text", R"("count":4)", 4},
       {"line breaks and tabs", "{\"count\"\r\n\t :\r\n\t 24\r\n}", 24},
       {"the first of two", R"({"count":1,"count":2})", 1},
       {"of a deeper object", R"({"extras":{"count":1},"count":2})", 1},
@@ -100,7 +95,7 @@ TEST(ParseIntFieldTest, TheFirstRunOfDigitsAndMinusSignsBehindTheColonIsTheValue
   for (const IntegerRow& row : kRows) EXPECT_EQ(parse_int_field(row.text, "count", -99), row.value) << row.name;
 }
 
-TEST(ParseIntFieldTest, AColonWithinTheKeyIsTakenForTheOneBehindIt) {
+TEST(ParseIntFieldTest, AColonWithinTheKeyIsTakenForTheOneAfterIt) {
   EXPECT_EQ(parse_int_field(R"({"a:9b":5})", "a:9b", -99), 9);
 }
 
@@ -132,9 +127,9 @@ TEST(ParseIntFieldTest, WithoutKeyColonOrNumberTheDefaultIsTheValue) {
       {"no text", ""},
       {"no key", R"({"counts":24})"},
       {"no colon", R"({"count")"},
-      {"no colon behind the key", R"({"a":1,"count"})"},
+      {"no colon after the key", R"({"a":1,"count"})"},
       {"no number", R"({"count":null})"},
-      {"nothing behind the colon", R"("count":)"},
+      {"nothing after the colon", R"("count":)"},
       {"a number before the colon alone", R"({"count" 5:x})"},
   };
   for (const auto& row : kRows) {
@@ -152,7 +147,7 @@ TEST(ParseIntFieldTest, ARunThatBeginsNoNumberThrowsInvalidArgument) {
   }
 }
 
-TEST(ParseIntFieldTest, AMinusSignBehindAnotherValueThrowsInvalidArgument) {
+TEST(ParseIntFieldTest, AMinusSignAfterAnotherValueThrowsInvalidArgument) {
   EXPECT_THAT([] { parse_int_field(R"({"count":null,"a-b":5})", "count", 0); },
               ThrowsAs<std::invalid_argument>("stoi"));
 }
@@ -176,10 +171,10 @@ TEST(ParseIntFieldTest, ErrnoIsPreserved) {
 
 // ---- parse_attribute_index --------------------------------------------------------------------------------
 
-TEST(ParseAttributeIndexTest, TheFirstRunOfDigitsBehindTheColonIsTheValue) {
+TEST(ParseAttributeIndexTest, TheFirstRunOfDigitsAfterTheColonIsTheValue) {
   const IntegerRow kRows[] = {
       {"a number", R"({"POSITION":0,"NORMAL":1})", 1},
-      {"behind a space", R"({"NORMAL": 12})", 12},
+      {"after a space", R"({"NORMAL": 12})", 12},
       {"at the end of the text", R"("NORMAL":12)", 12},
       {"a minus sign is no part of it", R"({"NORMAL":-1})", 1},
       {"two minus signs", R"({"NORMAL":--5})", 5},
@@ -215,14 +210,14 @@ TEST(ParseAttributeIndexTest, ErrnoIsPreserved) {
 
 // ---- parse_string_field -----------------------------------------------------------------------------------
 
-TEST(ParseStringFieldTest, TheNextQuotedTextBehindTheColonIsTheValue) {
+TEST(ParseStringFieldTest, TheNextQuotedTextAfterTheColonIsTheValue) {
   const struct {
     const char* name;
     const char* text;
     const char* value;
   } kRows[] = {
       {"a string", R"({"type":"VEC3"})", "VEC3"},
-      {"behind white space", "{\"type\" :\n\t\"VEC3\"}", "VEC3"},
+      {"after white space", "{\"type\" :\n\t\"VEC3\"}", "VEC3"},
       {"at the end of the text", R"("type":"VEC3")", "VEC3"},
       {"empty", R"({"type":""})", ""},
       {"spaces within", R"({"type":" VEC3 "})", " VEC3 "},
@@ -241,7 +236,7 @@ TEST(ParseStringFieldTest, TheNextQuotedTextBehindTheColonIsTheValue) {
       {"no colon", R"({"a":"b","type" "VEC3"})", ""},
       {"no opening quote", R"({"type":5})", ""},
       {"no closing quote", R"({"type":"VEC3)", ""},
-      {"nothing behind the opening quote", R"({"type":")", ""},
+      {"nothing after the opening quote", R"({"type":")", ""},
       {"no text", "", ""},
   };
   for (const auto& row : kRows) EXPECT_EQ(parse_string_field(row.text, "type"), row.value) << row.name;
@@ -273,14 +268,14 @@ TEST(GetArrayElementObjectTest, TheIndexCountsTheObjectsDirectlyInTheArray) {
   ExpectElements({
       {"the first", kNested, 0, R"({"x":{"y":1}})"},
       {"the second", kNested, 1, R"({"z":2})"},
-      {"one behind the last", kNested, 2, kNoObject},
+      {"one after the last", kNested, 2, kNoObject},
       {"the greatest index", kNested, INT_MAX, kNoObject},
       {"a negative index", kNested, -1, kNoObject},
       {"the least index", kNested, INT_MIN, kNoObject},
       {"numbers are not counted", kNumberFirst, 0, R"({"x":1})"},
       {"nor strings and null", kNumberFirst, 1, R"({"y":2})"},
       {"an empty object", R"({"a":[{},{"x":1}]})", 0, "{}"},
-      {"behind an empty object", R"({"a":[{},{"x":1}]})", 1, R"({"x":1})"},
+      {"after an empty object", R"({"a":[{},{"x":1}]})", 1, R"({"x":1})"},
       {"arrays in elements", R"({"a":[{"x":[1,[2]]},{"y":[]}]})", 1, R"({"y":[]})"},
       {"objects in arrays in elements", R"({"a":[{"x":[{"u":1},{"v":2}]},{"y":1}]})", 1, R"({"y":1})"},
       {"white space", "{ \"a\" : [ { \"x\" : 1 } ,\n { \"y\" : 2 } ] }", 1, "{ \"y\" : 2 }"},
@@ -290,7 +285,7 @@ TEST(GetArrayElementObjectTest, TheIndexCountsTheObjectsDirectlyInTheArray) {
   });
 }
 
-TEST(GetArrayElementObjectTest, TheArrayIsTheNextBracketBehindTheKeysColon) {
+TEST(GetArrayElementObjectTest, TheArrayIsTheNextBracketAfterTheKeysColon) {
   ExpectElements({
       {"no text", "", 0, kNoObject},
       {"no key", R"({"aa":[{"x":1}]})", 0, kNoObject},
@@ -309,8 +304,8 @@ TEST(GetArrayElementObjectTest, AClosingBracketOutsideEveryObjectEndsTheArrayAls
   ExpectElements({
       {"a nested array first", R"({"a":[[1,2],{"x":1}]})", 0, kNoObject},
       {"an object in a nested array", R"({"a":[[{"x":1}],{"y":2}]})", 0, R"({"x":1})"},
-      {"behind an object in a nested array", R"({"a":[[{"x":1}],{"y":2}]})", 1, kNoObject},
-      {"a nested array behind the object", R"({"a":[{"x":1},[]]})", 0, R"({"x":1})"},
+      {"after an object in a nested array", R"({"a":[[{"x":1}],{"y":2}]})", 1, kNoObject},
+      {"a nested array after the object", R"({"a":[{"x":1},[]]})", 0, R"({"x":1})"},
       {"an opening bracket alone has no effect", R"({"a":[[[{"x":1})", 0, R"({"x":1})"},
       {"a bracket in a string", R"({"a":["]",{"x":1}]})", 0, kNoObject},
       {"the next array is not reached", R"({"a":[],"b":[{"x":1}]})", 0, kNoObject},
@@ -320,7 +315,7 @@ TEST(GetArrayElementObjectTest, AClosingBracketOutsideEveryObjectEndsTheArrayAls
 TEST(GetArrayElementObjectTest, BracesInStringsCountLikeAllOthers) {
   ExpectElements({
       {"a closing brace ends the element", R"({"a":[{"s":"}"},{"x":1}]})", 0, R"({"s":"})"},
-      {"and hides the elements behind it", R"({"a":[{"s":"}"},{"x":1}]})", 1, kNoObject},
+      {"and hides the elements after it", R"({"a":[{"s":"}"},{"x":1}]})", 1, kNoObject},
       {"an opening brace keeps the element open", R"({"a":[{"s":"{"},{"x":1}]})", 0, R"({"s":"{"},{"x":1}]})"},
       {"an opening brace keeps it open to the end", R"({"a":[{"s":"{"},{"x":1}])", 0, kNoObject},
       {"a pair of braces does nothing", R"({"a":[{"s":"{}"},{"x":1}]})", 1, R"({"x":1})"},
@@ -341,10 +336,10 @@ TEST(GetArrayElementObjectTest, AfterMoreClosingThanOpeningBracesNothingIsFound)
 
 TEST(GetArrayElementObjectTest, TextThatEndsTooEarlyYieldsOnlyTheElementsThatAreComplete) {
   ExpectElements({
-      {"behind the bracket", R"({"a":[)", 0, kNoObject},
-      {"behind the opening brace", R"({"a":[{)", 0, kNoObject},
+      {"after the bracket", R"({"a":[)", 0, kNoObject},
+      {"after the opening brace", R"({"a":[{)", 0, kNoObject},
       {"within the element", R"({"a":[{"x":{"y":1})", 0, kNoObject},
-      {"right behind the element", R"({"a":[{"x":1})", 0, R"({"x":1})"},
+      {"right after the element", R"({"a":[{"x":1})", 0, R"({"x":1})"},
       {"within the second element", R"({"a":[{"x":1},{"y":)", 0, R"({"x":1})"},
       {"the second element", R"({"a":[{"x":1},{"y":)", 1, kNoObject},
   });
@@ -370,7 +365,7 @@ TEST(GetArrayElementObjectTest, EveryPrefixOfATextIsScannedWithoutReadingOn) {
 
 // ---- The brace-matching rule ------------------------------------------------------------------------------
 
-TEST(FindNestedObjectTest, TheObjectGoesFromTheNextBraceBehindTheColonToTheOneThatClosesIt) {
+TEST(FindNestedObjectTest, TheObjectGoesFromTheNextBraceAfterTheColonToTheOneThatClosesIt) {
   const struct {
     const char* name;
     const char* text;
@@ -417,158 +412,5 @@ TEST(FindNestedObjectTest, WithoutKeyColonOrBraceThereIsNone) {
   }
 }
 
-// ---- Decimal numbers --------------------------------------------------------------------------------------
-
-TEST(ParseFloatsTest, EveryRunOfNumberCharactersIsANumber) {
-  const struct {
-    const char* text;
-    std::vector<float> numbers;
-  } kRows[] = {
-      {"", {}},
-      {"   ", {}},
-      {"null", {}},  // an "l" begins no run, and no "e" does
-      {"true, E", {}},
-      {"1", {1}},
-      {"1, 0, 0", {1, 0, 0}},
-      {"0.2,0.4,0.6,0.5", {0.2f, 0.4f, 0.6f, 0.5f}},
-      {"1 2\n3\t4", {1, 2, 3, 4}},
-      {"-1,-0.5,-.25", {-1, -0.5f, -0.25f}},
-      {".5,5.,00.50", {0.5f, 5, 0.5f}},
-      {"1e2,1E2,1e+2,1e-2,.5e1", {100, 100, 100, 0.01f, 5}},
-      {"+-3, +", {-3}},  // the sign is skipped
-      {"1e", {1}},       // a run is read as far as it goes
-      {"1e+", {1}},
-      {"1.2.3", {1.2f}},
-      {"1-2", {1}},
-      {"1+2", {1}},
-      {"e5", {5}},
-      {"0x10", {0, 10}},
-      {"1,,2", {1, 2}},
-      {"[1,\"2\",{3}", {1, 2, 3}},
-      {"16777217", {16777216}},
-      {"3.4028234e38,-3.4028234e38", {3.4028234e38f, -3.4028234e38f}},
-      {"1.17549435e-38", {1.17549435e-38f}},
-      {"0e-99999", {0}},
-  };
-  for (const auto& row : kRows) EXPECT_EQ(parse_floats(row.text), row.numbers) << row.text;
-}
-
-TEST(ParseFloatsTest, MinusZeroKeepsItsSign) {
-  const std::vector<float> numbers = parse_floats("-0, 0");
-  ASSERT_EQ(numbers.size(), 2u);
-  EXPECT_TRUE(std::signbit(numbers[0]));
-  EXPECT_FALSE(std::signbit(numbers[1]));
-}
-
-TEST(ParseFloatsTest, ARunThatBeginsNoNumberThrowsInvalidArgument) {
-  for (const char* text : {"-", ".", "--1", "-+1", "-e5", ".e5", "..5", "1,-,2", "1, 2, .", "-inf"}) {
-    SCOPED_TRACE(text);
-    EXPECT_THAT([&] { parse_floats(text); }, ThrowsAs<std::invalid_argument>("stof"));
-  }
-}
-
-TEST(ParseFloatsTest, ANumberTooLargeOrTooSmallThrowsOutOfRange) {
-  for (const char* text : {"1e-50", "-1e-50", "1e50", "-1e50", "3.5e38", "1, 1e-46", "1e99999", "1e-99999"}) {
-    SCOPED_TRACE(text);
-    EXPECT_THAT([&] { parse_floats(text); }, ThrowsAs<std::out_of_range>("stof"));
-  }
-}
-
-// What becomes of a numeral: the float's exact digits, or the exception.
-template <typename Convert>
-std::string Outcome(Convert convert) {
-  try {
-    char text[64];
-    std::snprintf(text, sizeof text, "%a", static_cast<double>(convert()));
-    return text;
-  } catch (const std::out_of_range& exception) {
-    return std::string("out of range: ") + exception.what();
-  } catch (const std::invalid_argument& exception) {
-    return std::string("invalid: ") + exception.what();
-  }
-}
-
-TEST(ParseFloatsTest, ANumberIsReadAsTheStandardLibraryReadsIt) {
-  for (const char* text : {"0.1", "0.30000001192", "1e-40", "1.1754942e-38", "1.4e-45", "7e-46", "3.4028235e38",
-                           "3.40282357e38", "340282346638528859811704183484516925440", "0.8", "1e", "-.", "e", "-"}) {
-    SCOPED_TRACE(text);
-    EXPECT_EQ(Outcome([&] { return parse_float(text); }), Outcome([&] { return std::stof(text); }));
-  }
-}
-
-// The decimal numeral of exactly this number, or of one that differs in a digit far behind its last.
-std::string ExactNumeral(double number, int difference = 0) {
-  char text[200];
-  std::snprintf(text, sizeof text, "%.160e", number);
-  const std::string numeral = text;
-  const size_t exponent = numeral.find('e');
-  std::string digits = numeral.substr(0, exponent);
-  if (difference > 0) digits += '1';
-  if (difference < 0) {
-    const size_t last = digits.find_last_not_of('0');
-    EXPECT_TRUE(is_digit(digits[last]));
-    --digits[last];
-    digits.replace(last + 1, std::string::npos, digits.size() - last, '9');
-  }
-  return digits + numeral.substr(exponent);
-}
-
-TEST(ParseFloatsTest, ANumberAroundTheSmallestNormalFloatIsInRangeWhereItIsOnX86) {
-  const std::string kOutOfRange = "out of range: stof";
-  constexpr double kSmallestNormal = 0x1p-126;
-  constexpr double kLeastOfTwentyFourBits = 0x1.ffffffp-127;  // becomes kSmallestNormal when rounded to 24 bits
-  constexpr double kLeastThatRoundsUp = 0x1.fffffep-127;      // halfway to it from the next smaller float
-  constexpr double kLargestSubnormal = 0x1.fffffcp-127;
-  const struct {
-    double number;
-    int difference;
-    std::string outcome;
-  } kRows[] = {
-      {kSmallestNormal, 1, "0x1p-126"},
-      {kSmallestNormal, 0, "0x1p-126"},
-      {kSmallestNormal, -1, "0x1p-126"},
-      {kLeastOfTwentyFourBits, 1, "0x1p-126"},
-      {kLeastOfTwentyFourBits, 0, "0x1p-126"},
-      {kLeastOfTwentyFourBits, -1, kOutOfRange},
-      {kLeastThatRoundsUp, 1, kOutOfRange},
-      {kLeastThatRoundsUp, 0, kOutOfRange},
-      {kLeastThatRoundsUp, -1, kOutOfRange},
-      {kLargestSubnormal, 1, kOutOfRange},
-      {kLargestSubnormal, 0, "0x1.fffffcp-127"},
-      {kLargestSubnormal, -1, kOutOfRange},
-      {0x1p-149, 1, kOutOfRange},
-      {0x1p-149, 0, "0x1p-149"},
-      {0x1p-149, -1, kOutOfRange},
-  };
-  for (const auto& row : kRows) {
-    for (const std::string sign : {"", "-"}) {
-      const std::string numeral = sign + ExactNumeral(row.number, row.difference);
-      SCOPED_TRACE(numeral);
-      const std::string expected = row.outcome == kOutOfRange ? kOutOfRange : sign + row.outcome;
-      EXPECT_EQ(Outcome([&] { return parse_float(numeral); }), expected);
-#if defined(__x86_64__)
-      EXPECT_EQ(Outcome([&] { return std::stof(numeral); }), expected);
-#endif
-    }
-  }
-}
-
-TEST(ParseFloatsTest, TheRoundingModeStaysAsItWas) {
-  for (const int mode : {FE_TONEAREST, FE_UPWARD}) {
-    std::fesetround(mode);
-    Outcome([] { return parse_float("1.1754943e-38"); });
-    const int mode_after = std::fegetround();
-    std::fesetround(FE_TONEAREST);
-    EXPECT_EQ(mode_after, mode);
-  }
-}
-
-TEST(ParseFloatsTest, ErrnoIsPreserved) {
-  for (const int before : {0, ERANGE, EINVAL}) {
-    errno = before;
-    EXPECT_EQ(parse_floats("0.5, 1"), (std::vector<float>{0.5f, 1}));
-    EXPECT_EQ(errno, before);
-  }
-}
-
 }  // namespace
+}  // namespace json_scanning

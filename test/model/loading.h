@@ -4,7 +4,8 @@
 #include <string>
 
 #include "model/glb_loader.h"
-#include "test/model/glb_builder.h"
+#include "test/support/files.h"
+#include "test/support/glb_builder.h"
 
 // What the tests of the model loader share: loading what the builder made, and what a triangle's log says.
 namespace model_test {
@@ -23,11 +24,9 @@ inline Loaded LoadPath(const std::string& path) {
 }
 
 inline Loaded Load(const glb_builder::Bytes& file) {
-  const glb_builder::TemporaryFolder folder;
+  const TemporaryFolder folder;
   return LoadPath(folder.Write("model.glb", file));
 }
-
-inline Loaded Load(const glb_builder::Glb& glb) { return Load(glb.Build()); }
 
 /// A model that is not empty, for what has to empty or replace it.
 inline GLBModel PreviousModel() {

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "test/model/loading.h"
+#include "test/support/files.h"
 
 extern char** environ;  // NOLINT: as POSIX has it
 
@@ -21,7 +22,6 @@ using glb_builder::Bytes;
 using glb_builder::Floats;
 using glb_builder::Glb;
 using glb_builder::Mesh;
-using glb_builder::TemporaryFolder;
 using glb_builder::Triangle;
 using model_test::Load;
 using model_test::Loaded;

@@ -8,13 +8,13 @@
 #include <thread>
 
 #include "test/model/loading.h"
+#include "test/model/throws_as.h"
+#include "test/support/files.h"
 
-using glb_builder::Bytes;
 using glb_builder::Floats;
 using glb_builder::Glb;
 using glb_builder::kTrianglePositions;
 using glb_builder::Mesh;
-using glb_builder::TemporaryFolder;
 using glb_builder::Triangle;
 using glb_builder::Ubytes;
 using glb_builder::Ushorts;
@@ -26,8 +26,6 @@ using model_test::MeshLine;
 using model_test::PreviousModel;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::StrEq;
-using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -116,7 +114,7 @@ TEST(LoadGlbModelTest, AMeshThatIsNeverClosedIsCountedAndNotFound) {
             "Failed to load mesh 1: fail: mesh 1 not found\n\n");
 }
 
-TEST(LoadGlbModelTest, ABraceInANameTurnsThePrimitiveIntoAMeshAndHidesTheMeshesBehind) {
+TEST(LoadGlbModelTest, ABraceInANameTurnsThePrimitiveIntoAMeshAndHidesTheMeshesAfter) {
   const Loaded loaded = Load(Glb().Add(Triangle().Field("name", "\"}\"")).Add(Triangle()));
   EXPECT_FALSE(loaded.ok);
   EXPECT_EQ(loaded.log,
@@ -316,26 +314,29 @@ TEST_F(ColorTest, AMaterialWithoutAUsableBaseColourGivesTheDefault) {
   }
 }
 
-TEST_F(ColorTest, TheRestOfAMaterialIsIgnored) {
-  ExpectColor(Triangle().Material(R"({"name":"r]e[d","emissiveFactor":[9,9,9],"alphaMode":"MASK","alphaCutoff":0.1,)"
-                                  R"("pbrMetallicRoughness":{"baseColorTexture":{"index":0},"metallicFactor":0.3,)"
-                                  R"("baseColorFactor":[0,1,0,1],"roughnessFactor":0.9},"doubleSided":true})"),
-              {0, 1, 0, 1});
-}
-
-TEST_F(ColorTest, TheFirstArrayBehindTheKeyIsTakenAlsoThatOfAnotherKey) {
-  ExpectColor(
-      Triangle().Material(R"({"pbrMetallicRoughness":{"baseColorFactor":null,"extras":[0,0,1],"more":[1,1,1]}})"),
-      {0, 0, 1, 1});
-}
-
-TEST_F(ColorTest, TheFirstObjectBehindTheKeyIsTakenAlsoThatOfAnotherKey) {
-  ExpectColor(Triangle().Material(R"({"pbrMetallicRoughness":null,"extras":{"baseColorFactor":[0,0,1]}})"),
-              {0, 0, 1, 1});
-}
-
-TEST_F(ColorTest, ABaseColourDeeperInTheObjectIsFound) {
-  ExpectColor(Triangle().Material(R"({"pbrMetallicRoughness":{"extras":{"baseColorFactor":[0,0,1]}}})"), {0, 0, 1, 1});
+TEST_F(ColorTest, TheFirstArrayAfterTheKeyIsTakenWhateverElseIsThere) {
+  const struct {
+    const char* name;
+    const char* material;
+    std::array<float, 4> color;
+  } kRows[] = {
+      {"the rest of a material is ignored",
+       R"({"name":"r]e[d","emissiveFactor":[9,9,9],"alphaMode":"MASK","alphaCutoff":0.1,)"
+       R"("pbrMetallicRoughness":{"baseColorTexture":{"index":0},"metallicFactor":0.3,)"
+       R"("baseColorFactor":[0,1,0,1],"roughnessFactor":0.9},"doubleSided":true})",
+       {0, 1, 0, 1}},
+      {"the array of another key",
+       R"({"pbrMetallicRoughness":{"baseColorFactor":null,"extras":[0,0,1],"more":[1,1,1]}})",
+       {0, 0, 1, 1}},
+      {"the object of another key",
+       R"({"pbrMetallicRoughness":null,"extras":{"baseColorFactor":[0,0,1]}})",
+       {0, 0, 1, 1}},
+      {"deeper in the object", R"({"pbrMetallicRoughness":{"extras":{"baseColorFactor":[0,0,1]}}})", {0, 0, 1, 1}},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    ExpectColor(Triangle().Material(row.material), row.color);
+  }
 }
 
 TEST_F(ColorTest, AnObjectThatIsNeverClosedGivesTheDefault) {
@@ -392,7 +393,7 @@ class NumberErrorTest : public ::testing::Test {
     GLBModel model = PreviousModel();
     std::string log = "before\n";
     for (std::string* used_log : {&log, static_cast<std::string*>(nullptr)}) {
-      EXPECT_THAT([&] { return load_glb_model(path, model, used_log); }, ThrowsMessage<Exception>(StrEq(what)));
+      EXPECT_THAT([&] { return load_glb_model(path, model, used_log); }, ThrowsAs<Exception>(what));
       ASSERT_EQ(model.meshes.size(), 1u);
       EXPECT_THAT(model.meshes[0].positions, ElementsAre(1, 2, 3));
     }
@@ -402,34 +403,22 @@ class NumberErrorTest : public ::testing::Test {
   TemporaryFolder folder_;
 };
 
-TEST_F(NumberErrorTest, AnIntegerThatIsNoneLeavesAsInvalidArgument) {
+TEST_F(NumberErrorTest, ANumberThatIsNoneLeavesAsInvalidArgument) {
   ExpectThrow<std::invalid_argument>(Triangle().PrimitiveField("indices", "-"), "stoi");
-}
-
-TEST_F(NumberErrorTest, AnIntegerTooLargeLeavesAsOutOfRange) {
-  ExpectThrow<std::out_of_range>(Mesh(Floats(kTrianglePositions).Field("count", "99999999999")), "stoi");
-}
-
-TEST_F(NumberErrorTest, AnAttributeNumberTooLargeLeavesAsOutOfRange) {
-  ExpectThrow<std::out_of_range>(Triangle().Attribute("POSITION", "2147483648"), "stoi");
-}
-
-TEST_F(NumberErrorTest, AColourThatIsNoNumberLeavesAsInvalidArgument) {
   ExpectThrow<std::invalid_argument>(Triangle().Color("1, -, 0"), "stof");
 }
 
-TEST_F(NumberErrorTest, AColourTooSmallLeavesAsOutOfRange) {
+TEST_F(NumberErrorTest, ANumberTooLargeOrTooSmallLeavesAsOutOfRange) {
+  ExpectThrow<std::out_of_range>(Mesh(Floats(kTrianglePositions).Field("count", "99999999999")), "stoi");
+  ExpectThrow<std::out_of_range>(Triangle().Attribute("POSITION", "2147483648"), "stoi");
   ExpectThrow<std::out_of_range>(Triangle().Color("1e-50, 0, 0, 1"), "stof");
-}
-
-TEST_F(NumberErrorTest, AColourTooLargeBehindTheFourthLeavesAsOutOfRange) {
-  ExpectThrow<std::out_of_range>(Triangle().Color("1, 0, 0, 1, 1e39"), "stof");
+  ExpectThrow<std::out_of_range>(Triangle().Color("1, 0, 0, 1, 1e39"), "stof");  // after the fourth too
 }
 
 TEST_F(NumberErrorTest, LoadGlbMeshLetsItThroughAndLeavesTheMeshUntouched) {
   const std::string path = folder_.Write("model.glb", Glb().Add(Triangle()).Add(Triangle().Color("1, 0, .")));
   MeshData mesh = PreviousModel().meshes[0];
-  EXPECT_THAT([&] { return load_glb_mesh(path, mesh, nullptr); }, ThrowsMessage<std::invalid_argument>(StrEq("stof")));
+  EXPECT_THAT([&] { return load_glb_mesh(path, mesh, nullptr); }, ThrowsAs<std::invalid_argument>("stof"));
   EXPECT_THAT(mesh.positions, ElementsAre(7, 7, 7));
 }
 

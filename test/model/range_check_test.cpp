@@ -3,18 +3,15 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <malloc.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
-#include <atomic>
-#include <cstdlib>
 #include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "test/model/loading.h"
+#include "test/support/files.h"
+#include "test/support/operator_new.h"
 
 using glb_builder::Accessor;
 using glb_builder::Bytes;
@@ -22,7 +19,6 @@ using glb_builder::Floats;
 using glb_builder::Glb;
 using glb_builder::kTrianglePositions;
 using glb_builder::Mesh;
-using glb_builder::TemporaryFolder;
 using glb_builder::Triangle;
 using glb_builder::Ubytes;
 using glb_builder::Uints;
@@ -33,48 +29,11 @@ using model_test::Loaded;
 using model_test::MeshLine;
 using ::testing::ElementsAre;
 
-// ---- Counting what is allocated ---------------------------------------------------------------------------
-
-namespace {
-
-std::atomic<size_t> allocated{0};
-std::atomic<size_t> peak{0};
-
-void* Allocate(size_t size) {
-  void* block = std::malloc(size == 0 ? 1 : size);
-  if (block == nullptr) return nullptr;
-  const size_t now = allocated += malloc_usable_size(block);
-  size_t before = peak;
-  while (before < now && !peak.compare_exchange_weak(before, now)) {
-  }
-  return block;
-}
-
-void Release(void* block) {
-  if (block != nullptr) allocated -= malloc_usable_size(block);
-  std::free(block);
-}
-
-}  // namespace
-
-void* operator new(size_t size) {
-  if (void* block = Allocate(size)) return block;
-  throw std::bad_alloc();
-}
-void* operator new[](size_t size) { return operator new(size); }
-void* operator new(size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void* operator new[](size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void operator delete(void* block) noexcept { Release(block); }
-void operator delete[](void* block) noexcept { Release(block); }
-void operator delete(void* block, size_t) noexcept { Release(block); }
-void operator delete[](void* block, size_t) noexcept { Release(block); }
-
 namespace {
 
 // How far the heap grew at most while the file was loaded.
 size_t PeakWhileLoading(const std::string& path) {
-  const size_t before = allocated;
-  peak = before;
+  const operator_new::Peak peak;
   GLBModel model;
   std::string log;
   try {
@@ -84,19 +43,22 @@ size_t PeakWhileLoading(const std::string& path) {
   } catch (const std::length_error&) {
     ADD_FAILURE() << "longer than any vector";
   }
-  return peak - before;
+  return peak.bytes();
+}
+
+// What the loader says of an attribute that begins and ends there in a BIN of so many bytes.
+std::string Outside(const std::string& attribute, uint64_t begin, uint64_t end, uint64_t size) {
+  return "fail: " + attribute + " outside BIN: needs bytes " + std::to_string(begin) + " to " + std::to_string(end) +
+         " of " + std::to_string(size) + "\n";
+}
+
+// What it says of an index that names none of three vertices.
+std::string NoVertex(size_t index, uint32_t vertex) {
+  return "fail: index " + std::to_string(index) + " names vertex " + std::to_string(vertex) + " of 3\n";
 }
 
 // What a small file may take: the stream's buffer, the file, its text, a few arrays.
 constexpr size_t kLittle = 64 * 1024;
-
-TEST(CountingNewTest, APeakIsSeen) {
-  const size_t before = allocated;
-  peak = before;
-  { const std::vector<char> block(1000000); }
-  EXPECT_GE(peak - before, 1000000u);
-  EXPECT_EQ(allocated, before);
-}
 
 // ---- One bad mesh between two good ones -------------------------------------------------------------------
 
@@ -119,19 +81,14 @@ TEST(RangeCheckTest, PositionsOutsideBinAreRefused) {
   // BIN: 44 to 80 positions, 80 to 86 indices, 88 to 130 the last mesh, 132 with the padding.
   const auto bad = [](const Accessor& positions) { return Mesh(positions).Indices(Ushorts({0, 1, 2})); };
   const Accessor good = Floats(kTrianglePositions);
-  ExpectLeftOut(bad(Accessor(good).Field("count", "8")), "fail: POSITION outside BIN: needs bytes 44 to 140 of 132\n");
-  ExpectLeftOut(bad(Accessor(good).Field("byteOffset", "53")),
-                "fail: POSITION outside BIN: needs bytes 97 to 133 of 132\n");
-  ExpectLeftOut(bad(Accessor(good).ViewField("byteOffset", "97")),
-                "fail: POSITION outside BIN: needs bytes 97 to 133 of 132\n");
-  ExpectLeftOut(bad(Accessor(good).ViewField("byteStride", "40")),
-                "fail: POSITION outside BIN: needs bytes 44 to 136 of 132\n");
-  ExpectLeftOut(bad(Accessor(good).Field("byteOffset", "132")),
-                "fail: POSITION outside BIN: needs bytes 176 to 212 of 132\n");
+  ExpectLeftOut(bad(Accessor(good).Field("count", "8")), Outside("POSITION", 44, 140, 132));
+  ExpectLeftOut(bad(Accessor(good).Field("byteOffset", "53")), Outside("POSITION", 97, 133, 132));
+  ExpectLeftOut(bad(Accessor(good).ViewField("byteOffset", "97")), Outside("POSITION", 97, 133, 132));
+  ExpectLeftOut(bad(Accessor(good).ViewField("byteStride", "40")), Outside("POSITION", 44, 136, 132));
+  ExpectLeftOut(bad(Accessor(good).Field("byteOffset", "132")), Outside("POSITION", 176, 212, 132));
   ExpectLeftOut(bad(Accessor(good).Field("count", "1").ViewField("byteOffset", "121")),
-                "fail: POSITION outside BIN: needs bytes 121 to 133 of 132\n");
-  ExpectLeftOut(bad(Accessor(good).Without("bufferView").Field("count", "12")),
-                "fail: POSITION outside BIN: needs bytes 0 to 144 of 132\n");
+                Outside("POSITION", 121, 133, 132));
+  ExpectLeftOut(bad(Accessor(good).Without("bufferView").Field("count", "12")), Outside("POSITION", 0, 144, 132));
 }
 
 TEST(RangeCheckTest, NormalsOutsideBinAreRefused) {
@@ -139,41 +96,32 @@ TEST(RangeCheckTest, NormalsOutsideBinAreRefused) {
   // padding.
   const auto bad = [](const Accessor& normals) { return Triangle().Normals(normals); };
   const Accessor good = Floats(kTrianglePositions);
-  ExpectLeftOut(bad(Accessor(good).Field("byteOffset", "53")),
-                "fail: NORMAL outside BIN: needs bytes 133 to 169 of 168\n");
-  ExpectLeftOut(bad(Accessor(good).ViewField("byteOffset", "133")),
-                "fail: NORMAL outside BIN: needs bytes 133 to 169 of 168\n");
-  ExpectLeftOut(bad(Accessor(good).ViewField("byteStride", "39")),
-                "fail: NORMAL outside BIN: needs bytes 80 to 170 of 168\n");
+  ExpectLeftOut(bad(Accessor(good).Field("byteOffset", "53")), Outside("NORMAL", 133, 169, 168));
+  ExpectLeftOut(bad(Accessor(good).ViewField("byteOffset", "133")), Outside("NORMAL", 133, 169, 168));
+  ExpectLeftOut(bad(Accessor(good).ViewField("byteStride", "39")), Outside("NORMAL", 80, 170, 168));
 }
 
 TEST(RangeCheckTest, IndicesOutsideBinAreRefused) {
   // BIN: 44 to 80 positions, 80 to 86 indices of 16 bits or to 92 of 32 bits.
-  ExpectLeftOut(Triangle().Indices(Ushorts({0, 1, 2}).Field("count", "27")),
-                "fail: indices outside BIN: needs bytes 80 to 134 of 132\n");
-  ExpectLeftOut(Triangle().Indices(Ushorts({0, 1, 2}).Field("byteOffset", "47")),
-                "fail: indices outside BIN: needs bytes 127 to 133 of 132\n");
+  ExpectLeftOut(Triangle().Indices(Ushorts({0, 1, 2}).Field("count", "27")), Outside("indices", 80, 134, 132));
+  ExpectLeftOut(Triangle().Indices(Ushorts({0, 1, 2}).Field("byteOffset", "47")), Outside("indices", 127, 133, 132));
   ExpectLeftOut(Triangle().Indices(Ushorts({0, 1, 2}).ViewField("byteOffset", "127")),
-                "fail: indices outside BIN: needs bytes 127 to 133 of 132\n");
-  ExpectLeftOut(Triangle().Indices(Uints({0, 1, 2}).Field("count", "15")),
-                "fail: indices outside BIN: needs bytes 80 to 140 of 136\n");
-  ExpectLeftOut(Triangle().Indices(Uints({0, 1, 2}).Field("byteOffset", "45")),
-                "fail: indices outside BIN: needs bytes 125 to 137 of 136\n");
+                Outside("indices", 127, 133, 132));
+  ExpectLeftOut(Triangle().Indices(Uints({0, 1, 2}).Field("count", "15")), Outside("indices", 80, 140, 136));
+  ExpectLeftOut(Triangle().Indices(Uints({0, 1, 2}).Field("byteOffset", "45")), Outside("indices", 125, 137, 136));
 }
 
 TEST(RangeCheckTest, AnIndexThatNamesNoVertexIsRefused) {
-  const std::string kOf3 = " of 3\n";
-  ExpectLeftOut(Triangle().Indices(Ushorts({3, 1, 2})), "fail: index 0 names vertex 3" + kOf3);
-  ExpectLeftOut(Triangle().Indices(Ushorts({0, 65535, 9})), "fail: index 1 names vertex 65535" + kOf3);
-  ExpectLeftOut(Triangle().Indices(Uints({0, 1, 3})), "fail: index 2 names vertex 3" + kOf3);
-  ExpectLeftOut(Triangle().Indices(Uints({0, 1, 0xFFFFFFFF})), "fail: index 2 names vertex 4294967295" + kOf3);
-  ExpectLeftOut(Triangle().Indices(Uints({0, 0x80000000, 2})), "fail: index 1 names vertex 2147483648" + kOf3);
-  ExpectLeftOut(Triangle().Indices(Uints({0, 0x00010000, 2})), "fail: index 1 names vertex 65536" + kOf3);
-  // Also one behind the last whole triangle, and beside normals of the file, where nothing is computed from
+  ExpectLeftOut(Triangle().Indices(Ushorts({3, 1, 2})), NoVertex(0, 3));
+  ExpectLeftOut(Triangle().Indices(Ushorts({0, 65535, 9})), NoVertex(1, 65535));
+  ExpectLeftOut(Triangle().Indices(Uints({0, 1, 3})), NoVertex(2, 3));
+  ExpectLeftOut(Triangle().Indices(Uints({0, 1, 0xFFFFFFFF})), NoVertex(2, 4294967295));
+  ExpectLeftOut(Triangle().Indices(Uints({0, 0x80000000, 2})), NoVertex(1, 2147483648));
+  ExpectLeftOut(Triangle().Indices(Uints({0, 0x00010000, 2})), NoVertex(1, 65536));
+  // Also one after the last whole triangle, and beside normals of the file, where nothing is computed from
   // it.
-  ExpectLeftOut(Triangle().Indices(Ushorts({0, 1, 2, 3})), "fail: index 3 names vertex 3" + kOf3);
-  ExpectLeftOut(Triangle().Normals(Floats(kTrianglePositions)).Indices(Ushorts({0, 1, 3})),
-                "fail: index 2 names vertex 3" + kOf3);
+  ExpectLeftOut(Triangle().Indices(Ushorts({0, 1, 2, 3})), NoVertex(3, 3));
+  ExpectLeftOut(Triangle().Normals(Floats(kTrianglePositions)).Indices(Ushorts({0, 1, 3})), NoVertex(2, 3));
 }
 
 TEST(RangeCheckTest, TheLastVertexMayBeNamed) {
@@ -184,72 +132,65 @@ TEST(RangeCheckTest, TheLastVertexMayBeNamed) {
 TEST(RangeCheckTest, PositionsAreCheckedBeforeIndicesAndThoseBeforeNormals) {
   const Accessor outside = Floats(kTrianglePositions).Field("byteOffset", "1000");
   const Accessor outside_indices = Ushorts({0, 1, 2}).Field("byteOffset", "1000");
-  ExpectLeftOut(Mesh(outside).Normals(outside).Indices(outside_indices),
-                "fail: POSITION outside BIN: needs bytes 1044 to 1080 of 168\n");
-  ExpectLeftOut(Triangle().Normals(outside).Indices(outside_indices),
-                "fail: indices outside BIN: needs bytes 1116 to 1122 of 168\n");
-  ExpectLeftOut(Triangle().Normals(outside).Indices(Ushorts({0, 1, 3})), "fail: index 2 names vertex 3 of 3\n");
+  ExpectLeftOut(Mesh(outside).Normals(outside).Indices(outside_indices), Outside("POSITION", 1044, 1080, 168));
+  ExpectLeftOut(Triangle().Normals(outside).Indices(outside_indices), Outside("indices", 1116, 1122, 168));
+  ExpectLeftOut(Triangle().Normals(outside).Indices(Ushorts({0, 1, 3})), NoVertex(2, 3));
   ExpectLeftOut(Mesh(Accessor(outside).Field("type", "\"VEC2\"")).Indices(outside_indices), "fail: pos type\n");
 }
 
 TEST(RangeCheckTest, AWarningComesBeforeTheMessageOfTheMeshThatIsRefused) {
   ExpectLeftOut(Triangle().Indices(Ubytes({0, 1, 2})).Normals(Floats(kTrianglePositions).Field("byteOffset", "1000")),
-                "warn: unsupported index type\nfail: NORMAL outside BIN: needs bytes 1080 to 1116 of 164\n");
+                "warn: unsupported index type\n" + Outside("NORMAL", 1080, 1116, 164));
 }
 
 // ---- To the last byte -------------------------------------------------------------------------------------
 
-TEST(RangeCheckTest, AnElementMayEndWithBinAndNotOneByteBehind) {
+TEST(RangeCheckTest, AnElementMayEndWithBinAndNotOneByteAfter) {
   const Accessor positions = Floats(kTrianglePositions);
   const struct {
     const char* name;
     Mesh mesh;
-    const char* log;
-    const char* message;
+    size_t vertices, indices;
+    std::string message;
   } kRows[] = {
-      {"positions", Mesh(positions), "vertices=3 indices=3", "POSITION outside BIN: needs bytes 0 to 36 of 35"},
-      {"one position", Mesh(Floats({1, 2, 3})), "vertices=1 indices=0",
-       "POSITION outside BIN: needs bytes 0 to 12 of 11"},
-      {"positions with a stride: no gap behind the last", Mesh(Accessor(positions).Stride(20)), "vertices=3 indices=3",
-       "POSITION outside BIN: needs bytes 0 to 52 of 51"},
-      {"positions with an offset", Mesh(Accessor(positions).Offset(5)), "vertices=3 indices=3",
-       "POSITION outside BIN: needs bytes 5 to 41 of 40"},
-      {"overlapping positions", Mesh(Floats({1, 2, 3, 4, 5, 6}).Field("count", "13").ViewField("byteStride", "1")),
-       "vertices=13 indices=0", "POSITION outside BIN: needs bytes 0 to 24 of 23"},
-      {"normals", Mesh(positions).Normals(positions), "vertices=3 indices=0",
-       "NORMAL outside BIN: needs bytes 36 to 72 of 71"},
-      {"normals with a stride and an offset", Mesh(positions).Normals(Accessor(positions).Stride(13).Offset(2)),
-       "vertices=3 indices=0", "NORMAL outside BIN: needs bytes 38 to 76 of 75"},
-      {"indices of 16 bits", Mesh(positions).Indices(Ushorts({0, 1, 2})), "vertices=3 indices=3",
-       "indices outside BIN: needs bytes 36 to 42 of 41"},
-      {"indices of 32 bits", Mesh(positions).Indices(Uints({0, 1, 2, 0})), "vertices=3 indices=4",
-       "indices outside BIN: needs bytes 36 to 52 of 51"},
-      {"indices with an offset", Mesh(positions).Indices(Ushorts({0, 1, 2}).Offset(3)), "vertices=3 indices=3",
-       "indices outside BIN: needs bytes 39 to 45 of 44"},
+      {"positions", Mesh(positions), 3, 3, Outside("POSITION", 0, 36, 35)},
+      {"one position", Mesh(Floats({1, 2, 3})), 1, 0, Outside("POSITION", 0, 12, 11)},
+      {"positions with a stride: no gap after the last", Mesh(Accessor(positions).Stride(20)), 3, 3,
+       Outside("POSITION", 0, 52, 51)},
+      {"positions with an offset", Mesh(Accessor(positions).Offset(5)), 3, 3, Outside("POSITION", 5, 41, 40)},
+      {"overlapping positions", Mesh(Floats({1, 2, 3, 4, 5, 6}).Field("count", "13").ViewField("byteStride", "1")), 13,
+       0, Outside("POSITION", 0, 24, 23)},
+      {"normals", Mesh(positions).Normals(positions), 3, 0, Outside("NORMAL", 36, 72, 71)},
+      {"normals with a stride and an offset", Mesh(positions).Normals(Accessor(positions).Stride(13).Offset(2)), 3, 0,
+       Outside("NORMAL", 38, 76, 75)},
+      {"indices of 16 bits", Mesh(positions).Indices(Ushorts({0, 1, 2})), 3, 3, Outside("indices", 36, 42, 41)},
+      {"indices of 32 bits", Mesh(positions).Indices(Uints({0, 1, 2, 0})), 3, 4, Outside("indices", 36, 52, 51)},
+      {"indices with an offset", Mesh(positions).Indices(Ushorts({0, 1, 2}).Offset(3)), 3, 3,
+       Outside("indices", 39, 45, 44)},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
     const Glb exact = Glb().Add(row.mesh).Unpadded();
     Loaded loaded = Load(exact);
     EXPECT_TRUE(loaded.ok);
-    EXPECT_EQ(loaded.log, std::string("Found 1 meshes\nMesh 0: ") + row.log + " color=(0.800000,0.800000,0.800000)\n");
+    EXPECT_EQ(loaded.log, "Found 1 meshes\n" + MeshLine(0, row.vertices, row.indices));
 
     Bytes bin = exact.BinData();
     bin.pop_back();
     loaded = Load(Glb(exact).Bin(bin));
     EXPECT_FALSE(loaded.ok);
-    EXPECT_EQ(loaded.log, std::string("Found 1 meshes\nFailed to load mesh 0: fail: ") + row.message + "\n\n");
+    EXPECT_EQ(loaded.log, "Found 1 meshes\nFailed to load mesh 0: " + row.message + "\n");
 
-    // Bytes of the file behind BIN are not BIN.
+    // Bytes of the file after BIN are not BIN.
     loaded = Load(Glb(exact).BinLength(static_cast<uint32_t>(bin.size())));
     EXPECT_FALSE(loaded.ok);
-    EXPECT_EQ(loaded.log, std::string("Found 1 meshes\nFailed to load mesh 0: fail: ") + row.message + "\n\n");
+    EXPECT_EQ(loaded.log, "Found 1 meshes\nFailed to load mesh 0: " + row.message + "\n");
   }
 }
 
 TEST(RangeCheckTest, NothingFitsIntoAnEmptyBin) {
   EXPECT_EQ(Load(Glb().Add(Mesh(Floats({1, 2, 3}))).Bin({})).log,
-            "Found 1 meshes\nFailed to load mesh 0: fail: POSITION outside BIN: needs bytes 0 to 12 of 0\n\n");
+            "Found 1 meshes\nFailed to load mesh 0: " + Outside("POSITION", 0, 12, 0) + "\n");
 }
 
 // ---- Enormous claims --------------------------------------------------------------------------------------
@@ -262,54 +203,51 @@ TEST(RangeCheckTest, EnormousNumbersNeitherWrapNorAllocate) {
   const struct {
     const char* name;
     Mesh mesh;
-    const char* message;
+    std::string message;
   } kRows[] = {
-      {"count", Mesh(positions().Field("count", kMost)), "POSITION outside BIN: needs bytes 0 to 25769803764 of 36"},
+      {"count", Mesh(positions().Field("count", kMost)), Outside("POSITION", 0, 25769803764, 36)},
       {"count times 12 wraps to 8 in 32 bits", Mesh(positions().Field("count", "357913942")),
-       "POSITION outside BIN: needs bytes 0 to 4294967304 of 36"},
+       Outside("POSITION", 0, 4294967304, 36)},
       {"count times 3 wraps in 32 bits", Mesh(positions().Field("count", "1431655766")),
-       "POSITION outside BIN: needs bytes 0 to 17179869192 of 36"},
-      {"stride", Mesh(positions().ViewField("byteStride", kMost)),
-       "POSITION outside BIN: needs bytes 0 to 4294967306 of 36"},
+       Outside("POSITION", 0, 17179869192, 36)},
+      {"stride", Mesh(positions().ViewField("byteStride", kMost)), Outside("POSITION", 0, 4294967306, 36)},
       {"four strides wrap to 0 in 32 bits", Mesh(positions().Field("count", "5").ViewField("byteStride", "1073741824")),
-       "POSITION outside BIN: needs bytes 0 to 4294967308 of 36"},
+       Outside("POSITION", 0, 4294967308, 36)},
       {"count and stride", Mesh(positions().Field("count", kMost).ViewField("byteStride", kMost)),
-       "POSITION outside BIN: needs bytes 0 to 4611686011984936974 of 36"},
+       Outside("POSITION", 0, 4611686011984936974, 36)},
       {"the accessor's offset", Mesh(positions().Field("byteOffset", kMost)),
-       "POSITION outside BIN: needs bytes 2147483647 to 2147483683 of 36"},
+       Outside("POSITION", 2147483647, 2147483683, 36)},
       {"the view's offset", Mesh(positions().ViewField("byteOffset", kMost)),
-       "POSITION outside BIN: needs bytes 2147483647 to 2147483683 of 36"},
+       Outside("POSITION", 2147483647, 2147483683, 36)},
       {"both offsets", Mesh(positions().Field("byteOffset", kMost).ViewField("byteOffset", kMost)),
-       "POSITION outside BIN: needs bytes 4294967294 to 4294967330 of 36"},
+       Outside("POSITION", 4294967294, 4294967330, 36)},
       {"everything",
        Mesh(positions()
                 .Field("count", kMost)
                 .Field("byteOffset", kMost)
                 .ViewField("byteOffset", kMost)
                 .ViewField("byteStride", kMost)),
-       "POSITION outside BIN: needs bytes 4294967294 to 4611686016279904268 of 36"},
+       Outside("POSITION", 4294967294, 4611686016279904268, 36)},
       {"normals' stride", Mesh(positions()).Normals(positions().ViewField("byteStride", kMost)),
-       "NORMAL outside BIN: needs bytes 36 to 4294967342 of 72"},
+       Outside("NORMAL", 36, 4294967342, 72)},
       {"normals' offsets",
        Mesh(positions()).Normals(positions().Field("byteOffset", kMost).ViewField("byteOffset", kMost)),
-       "NORMAL outside BIN: needs bytes 4294967294 to 4294967330 of 72"},
+       Outside("NORMAL", 4294967294, 4294967330, 72)},
       {"16-bit indices' count", Mesh(positions()).Indices(indices16().Field("count", kMost)),
-       "indices outside BIN: needs bytes 36 to 4294967330 of 44"},
+       Outside("indices", 36, 4294967330, 44)},
       {"32-bit indices' count", Mesh(positions()).Indices(indices32().Field("count", kMost)),
-       "indices outside BIN: needs bytes 36 to 8589934624 of 48"},
+       Outside("indices", 36, 8589934624, 48)},
       {"32-bit indices' count wraps to 4 in 32 bits",
-       Mesh(positions()).Indices(indices32().Field("count", "1073741825")),
-       "indices outside BIN: needs bytes 36 to 4294967336 of 48"},
+       Mesh(positions()).Indices(indices32().Field("count", "1073741825")), Outside("indices", 36, 4294967336, 48)},
       {"indices' offsets",
        Mesh(positions()).Indices(indices16().Field("byteOffset", kMost).ViewField("byteOffset", kMost)),
-       "indices outside BIN: needs bytes 4294967294 to 4294967300 of 44"},
+       Outside("indices", 4294967294, 4294967300, 44)},
   };
   const TemporaryFolder folder;
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
     const std::string path = folder.Write("model.glb", Glb().Add(row.mesh));
-    EXPECT_EQ(model_test::LoadPath(path).log,
-              std::string("Found 1 meshes\nFailed to load mesh 0: fail: ") + row.message + "\n\n");
+    EXPECT_EQ(model_test::LoadPath(path).log, "Found 1 meshes\nFailed to load mesh 0: " + row.message + "\n");
     EXPECT_LT(PeakWhileLoading(path), kLittle);
   }
 }
@@ -385,92 +323,6 @@ TEST(RangeCheckTest, WhatIsNotReadMayLieAnywhere) {
 TEST(RangeCheckTest, TheStrideOfASingleElementDoesNotMatter) {
   EXPECT_EQ(Load(Glb().Add(Mesh(Floats({1, 2, 3}).ViewField("byteStride", "2147483647")))).log,
             "Found 1 meshes\n" + MeshLine(0, 1, 0));
-}
-
-// ---- Damaged files ----------------------------------------------------------------------------------------
-
-// A file in memory: thousands of them take no time.
-class MemoryFile {
- public:
-  MemoryFile() : file_(memfd_create("model.glb", 0)) {
-    if (file_ < 0) throw std::runtime_error("memfd_create");
-  }
-  ~MemoryFile() { close(file_); }
-  MemoryFile(const MemoryFile&) = delete;
-  MemoryFile& operator=(const MemoryFile&) = delete;
-
-  /// Replaces what it holds. Returns its path.
-  std::string Write(const Bytes& bytes) const {
-    const auto size = static_cast<ssize_t>(bytes.size());
-    if (ftruncate(file_, size) != 0 || pwrite(file_, bytes.data(), bytes.size(), 0) != size) {
-      throw std::runtime_error("MemoryFile");
-    }
-    return "/proc/self/fd/" + std::to_string(file_);
-  }
-  std::string Write(const Glb& glb) const { return Write(glb.Build()); }
-
- private:
-  int file_;
-};
-
-// Loads it and expects nothing but a sound model, a clean failure or an error in a number.
-void ExpectSoundOrFailed(const std::string& path) {
-  GLBModel model;
-  std::string log;
-  try {
-    const bool ok = load_glb_model(path, model, &log);
-    EXPECT_EQ(ok, !model.meshes.empty());
-  } catch (const std::invalid_argument& exception) {
-    EXPECT_THAT(exception.what(), ::testing::AnyOf(::testing::StrEq("stoi"), ::testing::StrEq("stof")));
-  } catch (const std::out_of_range& exception) {
-    EXPECT_THAT(exception.what(), ::testing::AnyOf(::testing::StrEq("stoi"), ::testing::StrEq("stof")));
-  }
-  for (const MeshData& mesh : model.meshes) {
-    EXPECT_EQ(mesh.positions.size() % 3, 0u);
-    EXPECT_EQ(mesh.normals.size(), mesh.positions.size());
-    for (const uint32_t index : mesh.indices) EXPECT_LT(index, mesh.positions.size() / 3);
-  }
-}
-
-Glb Rich() {
-  return Glb()
-      .Add(Triangle().Normals(Floats(kTrianglePositions).Stride(16)).Color("1, -0.5, 1e-3").Field("name", "\"a\""))
-      .Add(Mesh(Floats(kTrianglePositions).Offset(4)).Indices(Uints({2, 1, 0})));
-}
-
-TEST(DamagedFileTest, AnyByteOfAFileMayBeAnyOther) {
-  const MemoryFile memory;
-  const Bytes kWrong = {0x00, 0xFF, '{', '}', ']', '"', '-', '9'};
-  Bytes file = Rich().Build();
-  for (size_t i = 0; i < file.size(); ++i) {
-    SCOPED_TRACE(i);
-    const uint8_t right = file[i];
-    for (const uint8_t wrong : kWrong) {
-      file[i] = wrong;
-      ExpectSoundOrFailed(memory.Write(file));
-    }
-    file[i] = right;
-  }
-}
-
-TEST(DamagedFileTest, TheJsonMayEndAnywhereInAFileThatIsWholeOtherwise) {
-  const MemoryFile memory;
-  const Glb glb = Rich();
-  const std::string json = glb.JsonText();
-  for (size_t size = 0; size <= json.size(); ++size) {
-    SCOPED_TRACE(size);
-    ExpectSoundOrFailed(memory.Write(Glb(glb).Unpadded().Json(json.substr(0, size))));
-  }
-}
-
-TEST(DamagedFileTest, TheBinMayEndAnywhereInAFileThatIsWholeOtherwise) {
-  const MemoryFile memory;
-  const Glb glb = Rich();
-  const Bytes bin = glb.BinData();
-  for (size_t size = 0; size <= bin.size(); ++size) {
-    SCOPED_TRACE(size);
-    ExpectSoundOrFailed(memory.Write(Glb(glb).Unpadded().Bin(Bytes(bin.data(), bin.data() + size))));
-  }
 }
 
 }  // namespace

@@ -6,8 +6,10 @@
 #include <memory>
 #include <random>
 
-#include "model/glb_loader.cpp"
+#include "model/json_scanning.h"
+#include "model/text_search.h"
 
+namespace json_scanning {
 namespace {
 
 constexpr size_t kLongestText = 400;
@@ -160,12 +162,12 @@ TEST(TextSearchTest, AWordIsFoundWhereverItStands) {
   for (const size_t length : {62u, 63u, 64u, 65u, 66u, 150u}) words.push_back(std::string(length, 'w'));
   for (const std::string& word : words) {
     for (size_t before = 0; before < 200; ++before) {
-      for (const size_t behind : {0u, 1u, 40u, 200u}) {
-        const std::string characters = std::string(before, 's') + '"' + word + '"' + std::string(behind, 'm');
+      for (const size_t after : {0u, 1u, 40u, 200u}) {
+        const std::string characters = std::string(before, 's') + '"' + word + '"' + std::string(after, 'm');
         const std::vector<char> exact(characters.begin(), characters.end());
         const std::string_view text(exact.data(), exact.size());
-        ASSERT_EQ(text_search::find_quoted(text, word, 0), before) << word << " with " << behind << " behind";
-        ASSERT_EQ(text_search::find_quoted(text, word, before + 1), npos) << word << " with " << behind << " behind";
+        ASSERT_EQ(text_search::find_quoted(text, word, 0), before) << word << " with " << after << " after";
+        ASSERT_EQ(text_search::find_quoted(text, word, before + 1), npos) << word << " with " << after << " after";
         const std::string_view unclosed = text.substr(0, before + 1 + word.size());
         ASSERT_EQ(text_search::find_quoted(unclosed, word, 0), npos) << word << " not closed";
       }
@@ -174,3 +176,4 @@ TEST(TextSearchTest, AWordIsFoundWhereverItStands) {
 }
 
 }  // namespace
+}  // namespace json_scanning

@@ -9,8 +9,8 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "test/plugin/built_library.h"
-#include "test/plugin/plugin_fixture.h"
+#include "test/support/built_library.h"
+#include "test/support/plugin_fixture.h"
 
 using ::testing::ElementsAre;
 using ::testing::UnorderedElementsAre;

@@ -5,7 +5,7 @@
 
 #include "test/plugin/right_arguments.h"
 #include "test/plugin/sleep_recorder.h"
-#include "test/plugin/source_fixture.h"
+#include "test/support/source_fixture.h"
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;

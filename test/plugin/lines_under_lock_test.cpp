@@ -4,10 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "test/model/glb_builder.h"
-#include "test/plugin/fake_graphics_fixture.h"
 #include "test/plugin/hand_clock.h"
 #include "test/plugin/line_recorder.h"
+#include "test/support/fake_graphics_fixture.h"
+#include "test/support/files.h"
+#include "test/support/glb_builder.h"
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
@@ -65,7 +66,7 @@ TEST_F(LineTest, CreateTextureWritesUnderTheLockFromTheRendererOn) {
 }
 
 TEST_F(LineTest, LoadModelWritesUnderTheLockFromTheFirstAttemptOn) {
-  const glb_builder::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const std::string path = folder.Write("model.glb", glb_builder::Glb().Add(glb_builder::Triangle()));
   CreateViewer();
   EXPECT_THAT(LinesWithLock([&] {

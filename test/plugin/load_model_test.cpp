@@ -2,8 +2,9 @@
 
 #include <filesystem>
 
-#include "test/model/glb_builder.h"
-#include "test/plugin/source_fixture.h"
+#include "test/support/files.h"
+#include "test/support/glb_builder.h"
+#include "test/support/source_fixture.h"
 
 using glb_builder::Glb;
 using ::testing::ElementsAre;
@@ -38,7 +39,7 @@ class LoadModelTest : public PluginTest {
   }
 
   const std::filesystem::path folder_before_ = std::filesystem::current_path();
-  glb_builder::TemporaryFolder folder_;
+  TemporaryFolder folder_;
 };
 
 TEST_F(LoadModelTest, CandidatesOfAPathInTheBundleAreThePathAndThePathWithoutTheBundle) {

@@ -8,9 +8,10 @@
 #include <set>
 #include <thread>
 
-#include "test/model/glb_builder.h"
-#include "test/plugin/fake_graphics_fixture.h"
 #include "test/plugin/right_arguments.h"
+#include "test/support/fake_graphics_fixture.h"
+#include "test/support/files.h"
+#include "test/support/glb_builder.h"
 
 using ::testing::IsEmpty;
 
@@ -116,7 +117,7 @@ TEST_F(LockingTest, AFailedCreateTextureIsAnsweredUnderTheLockToo) {
 }
 
 TEST_F(LockingTest, OnlyLoadModelCreateTextureAndSetRotationAnswerUnderTheLock) {
-  const glb_builder::TemporaryFolder folder;
+  const TemporaryFolder folder;
   CreateViewer();
   std::string answering;
   embedder_.SetCallHook([&](const fakes::Call& call) {

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "test/plugin/source_fixture.h"
+#include "test/support/source_fixture.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "test/plugin/fake_graphics_fixture.h"
 #include "test/plugin/hand_clock.h"
+#include "test/support/fake_graphics_fixture.h"
 
 using namespace std::chrono_literals;
 using ::testing::EndsWith;

@@ -1,6 +1,6 @@
 // "startRendering" and "stopRendering": the thread and its flags. What they write is in the transcripts.
 
-#include "test/plugin/source_fixture.h"
+#include "test/support/source_fixture.h"
 
 namespace {
 

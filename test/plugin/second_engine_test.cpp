@@ -1,7 +1,7 @@
 // Two engines in one process, each with a registrar of its own: the plug-in is registered with both, and one of them
 // closes.
 
-#include "test/plugin/source_fixture.h"
+#include "test/support/source_fixture.h"
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <new>
 
-#include "test/plugin/source_fixture.h"
+#include "test/support/source_fixture.h"
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;

@@ -6,7 +6,7 @@
 #include <system_error>
 
 #include "test/plugin/right_arguments.h"
-#include "test/plugin/source_fixture.h"
+#include "test/support/source_fixture.h"
 
 namespace {
 

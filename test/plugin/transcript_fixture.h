@@ -8,12 +8,13 @@
 #include <thread>
 
 #include "fake_graphics.h"
-#include "test/model/glb_builder.h"
-#include "test/plugin/built_library.h"
 #include "test/plugin/line_recorder.h"
-#include "test/plugin/plugin_fixture.h"
 #include "test/plugin/sleep_recorder.h"
 #include "test/plugin/transcript_texts.h"
+#include "test/support/built_library.h"
+#include "test/support/files.h"
+#include "test/support/glb_builder.h"
+#include "test/support/plugin_fixture.h"
 
 // Stops the render thread after each frame that it announces, until the test lets it on.
 class FrameGate {
@@ -112,7 +113,7 @@ class TranscriptTest : private FreshRecording, public CommandTest {
 
   std::string WriteModel(const glb_builder::Glb& glb) { return folder_.Write("model.glb", glb); }
 
-  glb_builder::TemporaryFolder folder_;
+  TemporaryFolder folder_;
   FrameGate gate_;
 
  private:

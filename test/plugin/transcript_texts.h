@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "test/model/glb_builder.h"
+#include "test/support/glb_builder.h"
 
 /// What the built library calls and says on the fake graphics libraries, piece by piece; whole transcripts are put
 /// together from these. Lines of the standard streams begin with "out: " and "err: ".

@@ -13,8 +13,8 @@
 
 #include "renderer/egl_renderer.h"
 #include "test/fakes/graphics/fake_graphics.h"
-#include "test/log_capture.h"
 #include "test/renderer/renderer_lines.h"
+#include "test/support/log_capture.h"
 
 inline constexpr char kVertexSource[] = "attribute vec3 a_position; attribute vec3 a_normal;\nuniform mat4 u_mvp;";
 inline constexpr char kFragmentSource[] = "uniform vec3 u_lightDir;\nuniform vec3 u_objectColor;";

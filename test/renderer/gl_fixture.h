@@ -18,9 +18,9 @@
 #include "model/glb_loader.h"
 #include "plugin/shaders.h"
 #include "renderer/egl_renderer.h"
-#include "test/log_capture.h"
-#include "test/renderer/graphics_driver.h"
 #include "test/renderer/renderer_lines.h"
+#include "test/support/graphics_driver.h"
+#include "test/support/log_capture.h"
 
 // ---- Pixels -----------------------------------------------------------------------------------------------
 

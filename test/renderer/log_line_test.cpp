@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "test/log_capture.h"
+#include "test/support/log_capture.h"
 
 namespace {
 

@@ -9,27 +9,18 @@ using namespace fake_graphics;
 
 namespace {
 
-const std::vector<NamedNumber> kSurfaceTypes = {
-    {EGL_PBUFFER_BIT, "EGL_PBUFFER_BIT"}, {EGL_PIXMAP_BIT, "EGL_PIXMAP_BIT"}, {EGL_WINDOW_BIT, "EGL_WINDOW_BIT"}};
-const std::vector<NamedNumber> kRenderableTypes = {{EGL_OPENGL_ES_BIT, "EGL_OPENGL_ES_BIT"},
-                                                   {EGL_OPENGL_ES2_BIT, "EGL_OPENGL_ES2_BIT"},
-                                                   {EGL_OPENGL_ES3_BIT, "EGL_OPENGL_ES3_BIT"},
-                                                   {EGL_OPENGL_BIT, "EGL_OPENGL_BIT"}};
-const std::vector<NamedNumber> kAttributes = {{EGL_ALPHA_SIZE, "EGL_ALPHA_SIZE"},
-                                              {EGL_BLUE_SIZE, "EGL_BLUE_SIZE"},
-                                              {EGL_BUFFER_SIZE, "EGL_BUFFER_SIZE"},
-                                              {EGL_CONTEXT_CLIENT_VERSION, "EGL_CONTEXT_CLIENT_VERSION"},
-                                              {EGL_DEPTH_SIZE, "EGL_DEPTH_SIZE"},
-                                              {EGL_GREEN_SIZE, "EGL_GREEN_SIZE"},
-                                              {EGL_HEIGHT, "EGL_HEIGHT"},
-                                              {EGL_RED_SIZE, "EGL_RED_SIZE"},
-                                              {EGL_RENDERABLE_TYPE, "EGL_RENDERABLE_TYPE"},
-                                              {EGL_SAMPLES, "EGL_SAMPLES"},
-                                              {EGL_SAMPLE_BUFFERS, "EGL_SAMPLE_BUFFERS"},
-                                              {EGL_STENCIL_SIZE, "EGL_STENCIL_SIZE"},
-                                              {EGL_SURFACE_TYPE, "EGL_SURFACE_TYPE"},
-                                              {EGL_WIDTH, "EGL_WIDTH"}};
-const std::vector<NamedNumber> kPlatforms = {{EGL_PLATFORM_GBM_KHR, "EGL_PLATFORM_GBM_KHR"}};
+const std::vector<NamedNumber> kSurfaceTypes = {FAKE_NAMED(EGL_PBUFFER_BIT), FAKE_NAMED(EGL_PIXMAP_BIT),
+                                                FAKE_NAMED(EGL_WINDOW_BIT)};
+const std::vector<NamedNumber> kRenderableTypes = {FAKE_NAMED(EGL_OPENGL_ES_BIT), FAKE_NAMED(EGL_OPENGL_ES2_BIT),
+                                                   FAKE_NAMED(EGL_OPENGL_ES3_BIT), FAKE_NAMED(EGL_OPENGL_BIT)};
+const std::vector<NamedNumber> kAttributes = {FAKE_NAMED(EGL_ALPHA_SIZE),      FAKE_NAMED(EGL_BLUE_SIZE),
+                                              FAKE_NAMED(EGL_BUFFER_SIZE),     FAKE_NAMED(EGL_CONTEXT_CLIENT_VERSION),
+                                              FAKE_NAMED(EGL_DEPTH_SIZE),      FAKE_NAMED(EGL_GREEN_SIZE),
+                                              FAKE_NAMED(EGL_HEIGHT),          FAKE_NAMED(EGL_RED_SIZE),
+                                              FAKE_NAMED(EGL_RENDERABLE_TYPE), FAKE_NAMED(EGL_SAMPLES),
+                                              FAKE_NAMED(EGL_SAMPLE_BUFFERS),  FAKE_NAMED(EGL_STENCIL_SIZE),
+                                              FAKE_NAMED(EGL_SURFACE_TYPE),    FAKE_NAMED(EGL_WIDTH)};
+const std::vector<NamedNumber> kPlatforms = {FAKE_NAMED(EGL_PLATFORM_GBM_KHR)};
 
 unsigned long Bits(EGLint value) { return static_cast<unsigned int>(value); }
 

@@ -1,5 +1,5 @@
 // The graphics libraries, played by a test: the functions of libEGL.so.1, libGLESv2.so.2, libgbm.so.1 and
-// libX11.so.6 that the renderer calls, behind the real SONAMEs, and the opening and closing of DRM nodes. A
+// libX11.so.6 that the renderer calls, under the real SONAMEs, and the opening and closing of DRM nodes. A
 // test program that links orbisk_fake_graphics gets them in place of the real ones: its own objects, and a
 // plug-in that it dlopen()s.
 //

@@ -203,7 +203,7 @@ class CallRecord {
   void Arguments(const Values&... values) {
     ((arguments_ += (arguments_.empty() ? "" : ", ") + Text(values)), ...);
   }
-  /// Adds to the text behind the closing parenthesis.
+  /// Adds to the text after the closing parenthesis.
   void AddText(const std::string& text) { end_ += text; }
   template <typename... Values>
   void Result(const Values&... values) {

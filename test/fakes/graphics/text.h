@@ -34,11 +34,14 @@ std::string ListText(const Value* values, size_t count) {
   return "{" + text + "}";
 }
 
-/// A number and the name by which texts show it.
+/// A number and the name by which texts show it; FAKE_NAMED makes one of a constant.
 struct NamedNumber {
   unsigned long number;
   const char* name;
 };
+
+#define FAKE_NAMED(constant) \
+  { constant, #constant }
 
 /// The number's name; without one, the number in hexadecimal.
 std::string NumberText(const std::vector<NamedNumber>& names, unsigned long number);

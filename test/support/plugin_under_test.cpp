@@ -1,0 +1,15 @@
+#include "test/support/plugin_under_test.h"
+
+#include "plugin/orbisk_plugin.cpp"  // NOLINT: for what it keeps in its unnamed namespace
+
+namespace plugin_under_test {
+
+OrbiskState* State() { return g_viewer_state.get(); }
+flutter::PluginRegistrar* Registrar() { return g_registrar; }
+void SetRegistrar(flutter::PluginRegistrar* registrar) { g_registrar = registrar; }
+
+void RenderingThread(OrbiskState* state) { ::RenderingThread(state); }
+std::array<std::string, 2> ModelPathCandidates(const std::string& path) { return ::ModelPathCandidates(path); }
+const FlutterDesktopPixelBuffer* CopyPixelBuffer(OrbiskState* state) { return ::CopyPixelBuffer(state); }
+
+}  // namespace plugin_under_test
