@@ -268,6 +268,8 @@ TEST_P(RandomSequencesTest, EveryCommandComesToWhatItMustAndTheViewerStaysUsable
             << " frames announced, " << totals.frames_fetched << " fetched, " << elapsed.count() << " s\n";
 }
 
-INSTANTIATE_TEST_SUITE_P(Parts, RandomSequencesTest, ::testing::Range(0, kParts));
+INSTANTIATE_TEST_SUITE_P(Part, RandomSequencesTest, ::testing::Range(0, kParts), [](const auto& part) {
+  return std::to_string(part.param + 1) + "Of" + std::to_string(kParts);
+});
 
 }  // namespace

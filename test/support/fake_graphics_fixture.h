@@ -2,11 +2,8 @@
 #define TEST_SUPPORT_FAKE_GRAPHICS_FIXTURE_H_
 
 #include "fake_graphics.h"
+#include "test/support/fresh_graphics.h"
 #include "test/support/source_fixture.h"
-
-struct FreshGraphics {
-  FreshGraphics() { fake_graphics::Reset(); }
-};
 
 /// The fixture of test programs that have the plug-in's source inside, on fake graphics libraries.
 class FakeGraphicsPluginTest : private FreshGraphics, public PluginTest {

@@ -32,6 +32,15 @@ inline EncodableValue AngleArguments(double roll, double pitch, double yaw) {
 
 inline const std::string kBar = "========================================";
 
+/// What the channel writes of a message that dies unanswered.
+inline const std::string kUnanswered = "Warning: Failed to respond to a message. This is a memory leak.\n";
+
+inline std::string Times(int count, const std::string& text) {
+  std::string all;
+  for (int i = 0; i < count; ++i) all += text;
+  return all;
+}
+
 /// Lines of the plug-in front, each with its tag and newline.
 inline std::string OrbiskLines(const std::vector<std::string>& lines) {
   std::string text;

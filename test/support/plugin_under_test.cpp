@@ -12,7 +12,6 @@ flutter::PluginRegistrar* Registrar() { return g_registrar; }
 void SetRegistrar(flutter::PluginRegistrar* registrar) { g_registrar = registrar; }
 
 void RenderingThread(OrbiskState* state) { ::RenderingThread(state); }
-std::chrono::milliseconds PacingSleep(std::chrono::nanoseconds elapsed) { return ::PacingSleep(elapsed); }
 std::array<std::string, 2> ModelPathCandidates(const std::string& path) { return ::ModelPathCandidates(path); }
 const FlutterDesktopPixelBuffer* CopyPixelBuffer(OrbiskState* state) { return ::CopyPixelBuffer(state); }
 

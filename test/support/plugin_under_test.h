@@ -2,7 +2,6 @@
 #define TEST_SUPPORT_PLUGIN_UNDER_TEST_H_
 
 #include <array>
-#include <chrono>
 #include <string>
 
 #include "flutter/plugin_registrar.h"
@@ -17,7 +16,6 @@ flutter::PluginRegistrar* Registrar();
 void SetRegistrar(flutter::PluginRegistrar* registrar);
 
 void RenderingThread(OrbiskState* state);
-std::chrono::milliseconds PacingSleep(std::chrono::nanoseconds elapsed);
 std::array<std::string, 2> ModelPathCandidates(const std::string& path);
 const FlutterDesktopPixelBuffer* CopyPixelBuffer(OrbiskState* state);
 
