@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "logging/log_line.h"
+#include "plugin/pixel_texture.h"
 #include "test/faults/rig.h"
 #include "test/faults/watchdog.h"
 #include "test/plugin/right_arguments.h"
@@ -185,7 +186,7 @@ TEST(FrameRequestFailureTest, AnAllocationThatFailsLeavesNoBufferAndTheNextReque
       {
         const operator_new::Fault fault(nth, extent);
         try {
-          plugin_under_test::CopyPixelBuffer(rig.State());
+          CopyPixelBuffer(rig.State());
         } catch (const std::bad_alloc&) {
           thrown = true;
         }
@@ -212,7 +213,7 @@ TEST(FrameRequestFailureTest, ASizeWhoseByteCountWrapsAroundIsRefusedBeforeAnyth
   rig.CreateViewer();
   rig.Call("createTexture", Size(40000, 30000));  // 4.8 GB, of which 32 bits keep 505 MB
   const long count_before = operator_new::CountOnThisThread();
-  EXPECT_EQ(plugin_under_test::CopyPixelBuffer(rig.State()), nullptr);
+  EXPECT_EQ(CopyPixelBuffer(rig.State()), nullptr);
   EXPECT_EQ(operator_new::CountOnThisThread(), count_before);
 }
 

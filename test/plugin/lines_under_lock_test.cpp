@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "plugin/render_thread.h"
 #include "test/plugin/hand_clock.h"
 #include "test/plugin/line_recorder.h"
 #include "test/support/fake_graphics_fixture.h"
@@ -47,7 +48,7 @@ class LineTest : public FakeGraphicsPluginTest {
   // Runs the body of the render thread on this thread, on a clock of its own.
   static void RunRenderThread() {
     const HandClock clock;
-    plugin_under_test::RenderingThread(State());
+    RenderingThread(State());
   }
 };
 

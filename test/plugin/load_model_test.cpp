@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "plugin/model_path.h"
 #include "test/support/files.h"
 #include "test/support/glb_builder.h"
 #include "test/support/source_fixture.h"
@@ -43,23 +44,23 @@ class LoadModelTest : public PluginTest {
 };
 
 TEST_F(LoadModelTest, CandidatesOfAPathInTheBundleAreThePathAndThePathWithoutTheBundle) {
-  EXPECT_THAT(plugin_under_test::ModelPathCandidates("data/flutter_assets/assets/models/device.glb"),
+  EXPECT_THAT(ModelPathCandidates("data/flutter_assets/assets/models/device.glb"),
               ElementsAre("data/flutter_assets/assets/models/device.glb", "assets/models/device.glb"));
 }
 
 TEST_F(LoadModelTest, CandidatesOfAnotherPathAreThePathAndThePathInTheBundle) {
-  EXPECT_THAT(plugin_under_test::ModelPathCandidates("assets/models/device.glb"),
+  EXPECT_THAT(ModelPathCandidates("assets/models/device.glb"),
               ElementsAre("assets/models/device.glb", "data/flutter_assets/assets/models/device.glb"));
 }
 
 TEST_F(LoadModelTest, TheBundleInTheMiddleOfAPathIsNotTakenOff) {
   EXPECT_THAT(
-      plugin_under_test::ModelPathCandidates("/abs/dir/data/flutter_assets/x.glb"),
+      ModelPathCandidates("/abs/dir/data/flutter_assets/x.glb"),
       ElementsAre("/abs/dir/data/flutter_assets/x.glb", "data/flutter_assets//abs/dir/data/flutter_assets/x.glb"));
 }
 
 TEST_F(LoadModelTest, AnEmptyPathIsTriedAsItIsAndAsTheBundleAlone) {
-  EXPECT_THAT(plugin_under_test::ModelPathCandidates(""), ElementsAre("", "data/flutter_assets/"));
+  EXPECT_THAT(ModelPathCandidates(""), ElementsAre("", "data/flutter_assets/"));
   CreateViewerQuietly();
   EXPECT_EQ(Call("loadModel", ModelPath("")),
             "error LOAD_FAILED: Failed to load model: fail: read file\nfail: read file\n");

@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "plugin/render_thread.h"
 #include "test/plugin/hand_clock.h"
 #include "test/support/fake_graphics_fixture.h"
 
@@ -124,7 +125,7 @@ class LongHoldTest : public FakeGraphicsPluginTest {
         HoldBegins();
         Hold();
       });
-      plugin_under_test::RenderingThread(State());
+      RenderingThread(State());
     });
   }
 

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "plugin/registrations.h"
+#include "plugin/render_thread.h"
 #include "test/plugin/hand_clock.h"
 #include "test/support/fake_graphics_fixture.h"
 
@@ -29,7 +31,7 @@ class RenderLoopTest : public FakeGraphicsPluginTest {
       const bool never_done = waits_ + frames_ == 1000;
       if (done() || never_done) state.stop_requested = true;
     });
-    plugin_under_test::RenderingThread(&state);
+    RenderingThread(&state);
   }
 
   // The calls of the frame after a "createTexture" that has failed over its size: the thread goes on with the renderer
@@ -132,10 +134,10 @@ TEST_F(RenderLoopTest, AThreadThatHasEndedForWantOfItsContextIsLetGoByTheNextSto
 
 TEST_F(RenderLoopTest, WithoutARegistrarItDrawsAndWarnsFiveTimesThenNeverAgain) {
   const int64_t id = CreateViewer();
-  flutter::PluginRegistrar* const registrar = plugin_under_test::Registrar();
-  plugin_under_test::SetRegistrar(nullptr);
+  flutter::PluginRegistrar* const registrar = g_registrar;
+  g_registrar = nullptr;
   RunUntil(*State(), [this] { return frames_ == 8; });
-  plugin_under_test::SetRegistrar(registrar);
+  g_registrar = registrar;
   EXPECT_EQ(out_.Take(), kStarted + OrbiskLines({"EGL context made current in rendering thread"}) +
                              Times(5, Warning("NULL", "7")) + Stopped(8));
   EXPECT_EQ(embedder_.texture(id).marks, 0);
@@ -170,7 +172,7 @@ TEST_F(RenderLoopTest, WarningsStopAfterTheFirstFiveIterationsWaitsIncluded) {
 TEST_F(RenderLoopTest, AFrameThatIsDrawnWhileItsThreadIsAskedToStopIsAnnounced) {
   const int64_t id = CreateViewer();
   fake_graphics::SetHook("glFinish", [] { State()->stop_requested = true; });
-  plugin_under_test::RenderingThread(State());
+  RenderingThread(State());
   EXPECT_EQ(embedder_.texture(id).marks, 1);
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <new>
 
+#include "plugin/pixel_texture.h"
 #include "test/support/source_fixture.h"
 
 using ::testing::ElementsAre;
@@ -131,9 +132,9 @@ TEST_F(TextureTest, ASizeWhoseByteCountWrapsAroundGetsNoPixelBuffer) {
 }
 
 TEST_F(TextureTest, ThePixelBufferCallbackWithoutARendererGivesNothing) {
-  EXPECT_EQ(plugin_under_test::CopyPixelBuffer(nullptr), nullptr);
+  EXPECT_EQ(CopyPixelBuffer(nullptr), nullptr);
   OrbiskState state;
-  EXPECT_EQ(plugin_under_test::CopyPixelBuffer(&state), nullptr);
+  EXPECT_EQ(CopyPixelBuffer(&state), nullptr);
   EXPECT_EQ(state.pixel_buffer, nullptr);
 }
 

@@ -2,6 +2,7 @@
 // changed, and the next command works.
 
 #include "test/plugin/thread_faults.h"
+#include "plugin/render_thread.h"
 
 #include <system_error>
 
@@ -68,7 +69,7 @@ TEST_F(ThreadFaultsTest, ALockThatFailsLeavesTheFrameRequestToo) {
 TEST_F(ThreadFaultsTest, ALockThatFailsLeavesTheBodyOfTheRenderThread) {
   CreateViewer();
   const thread_faults::UnlockableMutex unlockable(State()->mutex);
-  EXPECT_THROW(plugin_under_test::RenderingThread(State()), std::system_error);
+  EXPECT_THROW(RenderingThread(State()), std::system_error);
   EXPECT_EQ(out_.Take(), OrbiskLines({kBar, "Rendering thread STARTED", kBar}));
 }
 
