@@ -1,4 +1,4 @@
-// Which thread does what, and what happens under the viewer's lock: the plug-in's source on fake graphics libraries,
+// Which thread does what, and what happens under the viewer's lock: the plug-in on fake graphics libraries,
 // which look at the lock in the middle of every call. How long somebody waits for the lock is in lock_waiting_test.cpp,
 // what is written under it in lines_under_lock_test.cpp.
 

@@ -50,7 +50,7 @@ inline std::string OrbiskLines(const std::vector<std::string>& lines) {
 
 /// A plug-in, registered with a fake embedder, whose commands a test gives and whose log it reads.
 ///
-/// Derived from by the fixtures of both test programs: the one that has the plug-in's source inside and the one that
+/// Derived from by the fixtures of both test programs: the one that has the plug-in inside and the one that
 /// loads the built library.
 class CommandTest : public ::testing::Test {
  protected:
