@@ -14,9 +14,7 @@
 namespace client_wrapper_test {
 namespace {
 
-using flutter::BinaryMessageHandler;
-using flutter::BinaryMessengerImpl;
-using flutter::BinaryReply;
+using namespace flutter;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -40,7 +38,7 @@ class BinaryMessengerTest : public EmbedderTest {
   }
 
   BinaryMessengerImpl over_the_embedder_{FlutterDesktopPluginRegistrarGetMessenger(embedder_.registrar())};
-  flutter::BinaryMessenger& messenger_ = over_the_embedder_;
+  BinaryMessenger& messenger_ = over_the_embedder_;
   BinaryReply kept_reply_;
 };
 
@@ -186,9 +184,8 @@ TEST_F(BinaryMessengerTest, HandlerMayRunAgainWhileItRuns) {
 }
 
 TEST_F(BinaryMessengerTest, ExceptionOfAHandlerPassesThrough) {
-  messenger_.SetMessageHandler("down", [](const uint8_t*, size_t, const BinaryReply&) {
-    (void)std::get<bool>(flutter::EncodableValue("no boolean"));
-  });
+  messenger_.SetMessageHandler(
+      "down", [](const uint8_t*, size_t, const BinaryReply&) { (void)std::get<bool>(EncodableValue("no boolean")); });
   EXPECT_THROW(embedder_.Deliver("down", {}), std::bad_variant_access);
   EXPECT_FALSE(embedder_.last_reply().answered());
 }

@@ -16,12 +16,7 @@
 namespace client_wrapper_test {
 namespace {
 
-using flutter::EGLImageTexture;
-using flutter::GpuSurfaceTexture;
-using flutter::PixelBufferTexture;
-using flutter::TextureRegistrar;
-using flutter::TextureRegistrarImpl;
-using flutter::TextureVariant;
+using namespace flutter;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "test/faults/graphics.h"
+#include "test/support/commands.h"
 
 using flutter::EncodableList;
 using flutter::EncodableMap;
@@ -16,7 +17,6 @@ namespace {
 
 using Outcomes = std::vector<std::string>;
 
-const char kNoMap[] = "error INVALID_ARGS: Arguments must be a map";
 const char kWrongType[] = "throws std::bad_variant_access";
 
 // ---- Arguments ---------------------------------------------------------------------------------------------
@@ -52,8 +52,8 @@ Arguments MaybeWrong(Random& random, EncodableMap map, const std::string& missin
   if (!random.OneIn(8)) return {EncodableValue(std::move(map)), "", std::nullopt};
   const auto victim = std::next(map.begin(), static_cast<std::ptrdiff_t>(random.Below(map.size())));
   switch (random.Below(4)) {
-    case 0: return {EncodableValue(), "no arguments", kNoMap};
-    case 1: return {EncodableValue(EncodableList{1, 2}), "a list for a map", kNoMap};
+    case 0: return {EncodableValue(), "no arguments", commands::kNoMapAnswer};
+    case 1: return {EncodableValue(EncodableList{1, 2}), "a list for a map", commands::kNoMapAnswer};
     case 2: map.erase(victim); return {EncodableValue(std::move(map)), "a key missing", missing_answer};
     default:
       victim->second = AnyOther(random, victim->second);
@@ -79,7 +79,7 @@ RandomCommand CreateTexture(Random& random) {
   const bool absurd = random.OneIn(3) && std::max(size.first, size.second) <= graphics::LargestSide();
   if (!absurd) size = {1 + static_cast<int32_t>(random.Below(96)), 1 + static_cast<int32_t>(random.Below(96))};
   Arguments arguments = MaybeWrong(random, {{"width", size.first}, {"height", size.second}},
-                                   "error INVALID_ARGS: Missing width or height");
+                                   commands::Named("createTexture").missing_answer());
   const std::string text = std::to_string(size.first) + " x " + std::to_string(size.second);
   return {"createTexture", std::move(arguments.value), Described("createTexture", text, arguments.note),
           [absurd, outcome = arguments.outcome](ViewerPicture& viewer) -> Outcomes {
@@ -95,10 +95,11 @@ RandomCommand CreateTexture(Random& random) {
 
 RandomCommand LoadModel(Random& random, const ModelFiles& files) {
   const ModelFiles::File& file = random.OneIn(2) ? files.files().front() : random.OneOf(files.files());
-  Arguments arguments = MaybeWrong(random, {{"modelPath", file.path}}, "error INVALID_ARGS: Missing modelPath");
-  return {"loadModel", std::move(arguments.value), Described("loadModel", file.name, arguments.note),
-          [&file, outcome = arguments.outcome](ViewerPicture& viewer) -> Outcomes {
-            if (!viewer.exists) return {"error NOT_INITIALIZED: Texture not created"};
+  const commands::Command& command = commands::Named("loadModel");
+  Arguments arguments = MaybeWrong(random, {{"modelPath", file.path}}, command.missing_answer());
+  return {command.name, std::move(arguments.value), Described(command.name, file.name, arguments.note),
+          [&command, &file, outcome = arguments.outcome](ViewerPicture& viewer) -> Outcomes {
+            if (!viewer.exists) return {command.without_viewer_answer()};
             if (outcome) return {*outcome};
             viewer.has_model = file.leaves_meshes;
             return {file.outcome};
@@ -132,25 +133,11 @@ double AnyNumber(Random& random) {
   return static_cast<double>(random.Below(720'000)) / 1000.0 - 360.0;
 }
 
-struct NumbersCommand {
-  const char* name;
-  std::vector<const char*> keys;
-  const char* missing;
-};
-
-const std::vector<NumbersCommand> kNumbersCommands = {
-    {"setQuaternion", {"x", "y", "z", "w"}, "Missing quaternion components"},
-    {"setBaseQuaternion", {"x", "y", "z", "w"}, "Missing quaternion components"},
-    {"setRotation", {"roll", "pitch", "yaw"}, "Missing 'roll', 'pitch', or 'yaw' parameter"},
-    {"setBaseRotation", {"roll", "pitch", "yaw"}, "Missing 'roll', 'pitch', or 'yaw' parameter"},
-    {"setCameraDistance", {"distance"}, "Missing 'distance' parameter"},
-    {"setModelScale", {"scale"}, "Missing 'scale' parameter"}};
-
 // ---- Commands without arguments, and none ------------------------------------------------------------------
 
 RandomCommand StartRendering() {
   return {"startRendering", EncodableValue(), "startRendering()", [](ViewerPicture& viewer) -> Outcomes {
-            if (!viewer.exists) return {"error NOT_INITIALIZED: Texture not created"};
+            if (!viewer.exists) return {commands::Named("startRendering").without_viewer_answer()};
             if (!viewer.has_model) return {"error NO_MODEL: Model not loaded"};
             return {"success true"};
           }};
@@ -180,18 +167,19 @@ RandomCommand UnknownCommand(Random& random) {
 }  // namespace
 
 RandomCommand NextNumbersCommand(Random& random) {
-  const NumbersCommand& command = random.OneOf(kNumbersCommands);
+  static const std::vector<commands::Command> kCommands = commands::ThatTakeNumbers();
+  const commands::Command& command = random.OneOf(kCommands);
   EncodableMap map;
   std::string text;
-  for (const char* key : command.keys) {
+  for (const commands::Argument& argument : command.arguments) {
     const double number = AnyNumber(random);
-    map[EncodableValue(key)] = EncodableValue(number);
+    map[EncodableValue(argument.key)] = EncodableValue(number);
     text += (text.empty() ? "" : ", ") + std::to_string(number);
   }
-  Arguments arguments = MaybeWrong(random, std::move(map), std::string("error INVALID_ARGS: ") + command.missing);
+  Arguments arguments = MaybeWrong(random, std::move(map), command.missing_answer());
   return {command.name, std::move(arguments.value), Described(command.name, text, arguments.note),
-          [outcome = arguments.outcome](ViewerPicture& viewer) -> Outcomes {
-            if (!viewer.exists) return {"error NOT_INITIALIZED: Viewer state not initialized"};
+          [&command, outcome = arguments.outcome](ViewerPicture& viewer) -> Outcomes {
+            if (!viewer.exists) return {command.without_viewer_answer()};
             return {outcome.value_or("success true")};
           }};
 }

@@ -16,6 +16,7 @@
 #include <stdexcept>
 #include <variant>
 
+#include "plugin/orbisk_state.h"
 #include "test/faults/graphics.h"
 #include "test/faults/random_command.h"
 #include "test/faults/raster_thread.h"
@@ -224,7 +225,7 @@ class Player {
 
   static void ExpectTheLockToBeFree() {
     // The render thread has it now and then, and lets waiters in: a lock that a command has left behind is never free.
-    if (OrbiskState* const state = plugin_under_test::State()) const StateLock lock(*state);
+    if (OrbiskState* const state = g_viewer_state.get()) const StateLock lock(*state);
   }
 
   const ModelFiles& files_;
@@ -258,7 +259,7 @@ TEST_P(RandomSequencesTest, EveryCommandComesToWhatItMustAndTheViewerStaysUsable
       const bool is_last = number + kParts >= count;
       if (is_last || sequences % graphics::SequencesPerPlainRun() == 0) player.PlayPlainRun();
     }
-    EXPECT_EQ(plugin_under_test::State(), nullptr);
+    EXPECT_EQ(g_viewer_state.get(), nullptr);
     ++sequences;
   }
   ASSERT_FALSE(HasFailure()) << watchdog.Story();
@@ -268,6 +269,8 @@ TEST_P(RandomSequencesTest, EveryCommandComesToWhatItMustAndTheViewerStaysUsable
             << " frames announced, " << totals.frames_fetched << " fetched, " << elapsed.count() << " s\n";
 }
 
-INSTANTIATE_TEST_SUITE_P(Parts, RandomSequencesTest, ::testing::Range(0, kParts));
+INSTANTIATE_TEST_SUITE_P(Part, RandomSequencesTest, ::testing::Range(0, kParts), [](const auto& part) {
+  return std::to_string(part.param + 1) + "Of" + std::to_string(kParts);
+});
 
 }  // namespace

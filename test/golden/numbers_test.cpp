@@ -13,6 +13,7 @@
 #include "test/golden/poses.h"
 #include "test/support/built_library.h"
 #include "test/support/files.h"
+#include "test/support/fresh_graphics.h"
 #include "test/support/glb_builder.h"
 
 namespace {
@@ -48,10 +49,6 @@ glb_builder::Mesh Landscape() {
   }
   return glb_builder::Mesh(glb_builder::Floats(positions)).Indices(glb_builder::Ushorts(indices));
 }
-
-struct FreshGraphics {
-  FreshGraphics() { fake_graphics::Reset(); }
-};
 
 // A plug-in of its own for each pose: what one has set stays set after "dispose".
 class Viewer : private FreshGraphics, public CommandTest {

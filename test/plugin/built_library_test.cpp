@@ -8,7 +8,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
-#include <variant>
 
 #include "test/support/built_library.h"
 #include "test/support/plugin_fixture.h"
@@ -128,16 +127,6 @@ TEST_F(LoadedLibraryTest, ShowsTheSampleDeviceThroughTheCInterface) {
   EXPECT_EQ(Call("dispose"), "success true");
   EXPECT_EQ(err_.Take(), "");
 }
-
-TEST_F(LoadedLibraryTest, AnExceptionCrossesTheLibrarysBorderWithItsType) {
-  CreateTexture();
-  EXPECT_THROW(Call("setCameraDistance", Map({{"distance", 2}})), std::bad_variant_access);
-  EXPECT_FALSE(embedder_.last_reply().answered());
-  EXPECT_EQ(err_.Take(), "Warning: Failed to respond to a message. This is a memory leak.\n");
-  EXPECT_EQ(Call("setCameraDistance", Map({{"distance", 2.0}})), "success true");
-}
-
-TEST_F(LoadedLibraryTest, AnUnknownMethodGetsAnEmptyReply) { EXPECT_EQ(Call("createtexture"), "not implemented"); }
 
 }  // namespace
 

@@ -138,23 +138,17 @@ TEST_F(FrameGLTest, UnturnedXPointsRightYUpAndZTowardsTheViewer) {
   EXPECT_LT(MiddleOf(1).y, kHeight / 2.0) << "top row first";
 }
 
-TEST_F(FrameGLTest, QuaternionAboutXTipsYTowardsTheViewer) {
+TEST_F(FrameGLTest, AQuaternionAboutEachAxisTurnsTheNextOneTowardsTheThird) {
   SetModel(AxisModel());
-  Call("setQuaternion", QuaternionArguments(std::sin(k30 / 2), 0, 0, std::cos(k30 / 2)));
+  const double sine = std::sin(k30 / 2);
+  const double cosine = std::cos(k30 / 2);
+  Call("setQuaternion", QuaternionArguments(sine, 0, 0, cosine));
   Draw();
   ExpectAxes({1, 0, 0}, {0, kCosine, kSine}, {0, -kSine, kCosine});
-}
-
-TEST_F(FrameGLTest, QuaternionAboutYTurnsZToTheRight) {
-  SetModel(AxisModel());
-  Call("setQuaternion", QuaternionArguments(0, std::sin(k30 / 2), 0, std::cos(k30 / 2)));
+  Call("setQuaternion", QuaternionArguments(0, sine, 0, cosine));
   Draw();
   ExpectAxes({kCosine, 0, -kSine}, {0, 1, 0}, {kSine, 0, kCosine});
-}
-
-TEST_F(FrameGLTest, QuaternionAboutZTurnsXUp) {
-  SetModel(AxisModel());
-  Call("setQuaternion", QuaternionArguments(0, 0, std::sin(k30 / 2), std::cos(k30 / 2)));
+  Call("setQuaternion", QuaternionArguments(0, 0, sine, cosine));
   Draw();
   ExpectAxes({kCosine, kSine, 0}, {-kSine, kCosine, 0}, {0, 0, 1});
 }

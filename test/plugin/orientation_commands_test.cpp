@@ -36,15 +36,6 @@ TEST_F(OrientationCommandsTest, SetQuaternionIdentityStoresZeroAnglesAndLogsNoth
   EXPECT_EQ(out_.Take(), "");
 }
 
-TEST_F(OrientationCommandsTest, SetQuaternionAtThePoleStoresAPitchOfExactly90) {
-  Call("setQuaternion", QuaternionArguments(0, 0.7071068, 0, 0.7071068));
-  EXPECT_EQ(State()->pitch, 90.0f);
-  Call("setQuaternion", QuaternionArguments(0, -0.7071068, 0, 0.7071068));
-  EXPECT_EQ(State()->pitch, -90.0f);
-  Call("setQuaternion", QuaternionArguments(0, 5, 0, 5));
-  EXPECT_EQ(State()->pitch, 90.0f);
-}
-
 TEST_F(OrientationCommandsTest, SetQuaternionDerivesTheAnglesOfEachAxis) {
   const double sine = std::sin(0.25);
   const double cosine = std::cos(0.25);
@@ -67,32 +58,19 @@ TEST_F(OrientationCommandsTest, SetQuaternionNarrowsToSinglePrecision) {
   ExpectQuaternion(0.1f, 0.2f, 0.3f, 0.4f);
 }
 
-TEST_F(OrientationCommandsTest, SetRotationByRollAloneTurnsAboutX) {
+TEST_F(OrientationCommandsTest, SetRotationByOneAngleAloneTurnsAboutItsAxis) {
   EXPECT_EQ(Call("setRotation", AngleArguments(90, 0, 0)), "success true");
   ExpectQuaternion(0.7071068f, 0, 0, 0.7071068f, kRounding);
   EXPECT_EQ(State()->roll, 90.0f);
   EXPECT_EQ(State()->pitch, 0.0f);
   EXPECT_EQ(State()->yaw, 0.0f);
-  EXPECT_EQ(out_.Take(), "");
-}
-
-TEST_F(OrientationCommandsTest, SetRotationByPitchAloneTurnsAboutY) {
   Call("setRotation", AngleArguments(0, 90, 0));
   ExpectQuaternion(0, 0.7071068f, 0, 0.7071068f, kRounding);
   EXPECT_EQ(State()->pitch, 90.0f);
-}
-
-TEST_F(OrientationCommandsTest, SetRotationByYawAloneTurnsAboutZ) {
   Call("setRotation", AngleArguments(0, 0, 90));
   ExpectQuaternion(0, 0, 0.7071068f, 0.7071068f, kRounding);
   EXPECT_EQ(State()->yaw, 90.0f);
-}
-
-TEST_F(OrientationCommandsTest, SetRotationOfSeveralAxesDoesNotReadBackThroughSetQuaternion) {
-  Call("setRotation", AngleArguments(30, 40, 50));
-  EXPECT_EQ(State()->roll, 30.0f);
-  Call("setQuaternion", QuaternionArguments(State()->quat_x, State()->quat_y, State()->quat_z, State()->quat_w));
-  EXPECT_GT(std::abs(State()->roll - 30.0f), 1.0f);
+  EXPECT_EQ(out_.Take(), "");
 }
 
 TEST_F(OrientationCommandsTest, SetRotationWithNotANumberStoresItUnnormalised) {
@@ -132,12 +110,14 @@ TEST_F(OrientationCommandsTest, SetBaseQuaternionLogsTheNarrowedFloats) {
   EXPECT_EQ(out_.Take(), "[Orbisk] Base quaternion set to: x=0 y=0.5 z=-0.25 w=1.67772e+07\n");
 }
 
-TEST_F(OrientationCommandsTest, DistanceAndScaleTakeAnyNumber) {
+TEST_F(OrientationCommandsTest, DistanceAndScaleTakeAnyNumberAndAreLoggedAsReceived) {
   struct Row {
     double value;
     const char* text;
   };
-  for (const Row& row : {Row{2.5, "2.5"}, Row{0.0, "0"}, Row{-1.0, "-1"}, Row{1e30, "1e+30"}, Row{0.1, "0.1"}}) {
+  // The last two are no floats: they are stored as infinity and 0.
+  for (const Row& row : {Row{2.5, "2.5"}, Row{0.0, "0"}, Row{-1.0, "-1"}, Row{1e30, "1e+30"}, Row{0.1, "0.1"},
+                         Row{1e300, "1e+300"}, Row{1e-50, "1e-50"}}) {
     EXPECT_EQ(Call("setCameraDistance", Map({{"distance", row.value}})), "success true");
     EXPECT_EQ(out_.Take(), std::string("[Orbisk] Camera distance set to: ") + row.text + "\n");
     EXPECT_EQ(State()->camera_distance, static_cast<float>(row.value));
@@ -145,24 +125,6 @@ TEST_F(OrientationCommandsTest, DistanceAndScaleTakeAnyNumber) {
     EXPECT_EQ(out_.Take(), std::string("[Orbisk] Model scale set to: ") + row.text + "\n");
     EXPECT_EQ(State()->model_scale, static_cast<float>(row.value));
   }
-}
-
-TEST_F(OrientationCommandsTest, ValuesPersistAcrossDisposeAndAreTakenAfterIt) {
-  Call("setQuaternion", QuaternionArguments(0, 1, 0, 0));
-  Call("dispose");
-  EXPECT_EQ(Call("setModelScale", Map({{"scale", 4.0}})), "success true");
-  CreateTexture();
-  ExpectQuaternion(0, 1, 0, 0);
-  EXPECT_EQ(State()->model_scale, 4.0f);
-}
-
-TEST_F(OrientationCommandsTest, DistanceAndScaleAreLoggedAsReceived) {
-  // No floats: they are stored as infinity and 0.
-  Call("setCameraDistance", Map({{"distance", 1e300}}));
-  Call("setModelScale", Map({{"scale", 1e-50}}));
-  EXPECT_EQ(out_.Take(),
-            "[Orbisk] Camera distance set to: 1e+300\n"
-            "[Orbisk] Model scale set to: 1e-50\n");
 }
 
 TEST_F(OrientationCommandsTest, AllThatHasBeenSetSurvivesCreateTextureAndDispose) {

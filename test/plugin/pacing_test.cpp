@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include "plugin/render_thread.h"
 #include "test/plugin/hand_clock.h"
 #include "test/support/fake_graphics_fixture.h"
 
@@ -28,7 +29,7 @@ class PacingTest : public FakeGraphicsPluginTest {
       ++frame;
       State()->stop_requested = frame == frame_times.size();
     });
-    plugin_under_test::RenderingThread(State());
+    RenderingThread(State());
     fake_graphics::SetHook("glFinish", nullptr);
     return clock.sleeps();
   }
@@ -53,7 +54,7 @@ TEST_F(PacingTest, TheAnnouncementCountsAgainstTheFrame) {
     clock.Advance(3ms);
     State()->stop_requested = true;
   });
-  plugin_under_test::RenderingThread(State());
+  RenderingThread(State());
   EXPECT_THAT(clock.sleeps(), ElementsAre(30ms));
 }
 
@@ -75,7 +76,7 @@ TEST_F(PacingTest, TheWaitForTheLockCountsAgainstTheFrame) {
     });
     held.get_future().wait();
   });
-  plugin_under_test::RenderingThread(State());
+  RenderingThread(State());
   holder.join();
   EXPECT_THAT(clock.sleeps(), ElementsAre(33ms, 13ms));
 }
@@ -90,7 +91,7 @@ TEST_F(PacingTest, LettingAWaiterInCountsAgainstTheFrame) {
     State()->lock_waiters = 0;
     State()->stop_requested = true;
   });
-  plugin_under_test::RenderingThread(State());
+  RenderingThread(State());
   EXPECT_EQ(clock.sleeps().back(), 13ms);
 }
 

@@ -1,5 +1,6 @@
 // From the viewer's numbers to matrices.
 
+#include "test/plugin/double_matrices.h"
 #include "test/plugin/simple_model_fit.h"
 
 #include <gtest/gtest.h>
@@ -11,51 +12,6 @@
 #include <vector>
 
 namespace {
-
-// ---- The same in double precision -------------------------------------------------------------------------
-
-using Rows = std::array<std::array<double, 4>, 4>;
-
-constexpr double kRadiansPerDegree = 0.017453292519943295769;
-
-Rows operator*(const Rows& a, const Rows& b) {
-  Rows product = {};
-  for (size_t row = 0; row < 4; ++row) {
-    for (size_t column = 0; column < 4; ++column) {
-      for (size_t k = 0; k < 4; ++k) product[row][column] += a[row][k] * b[k][column];
-    }
-  }
-  return product;
-}
-
-Rows Moved(double x, double y, double z) { return {{{1, 0, 0, x}, {0, 1, 0, y}, {0, 0, 1, z}, {0, 0, 0, 1}}}; }
-Rows Scaled(double k) { return {{{k, 0, 0, 0}, {0, k, 0, 0}, {0, 0, k, 0}, {0, 0, 0, 1}}}; }
-
-// The turn by `degrees` about an axis of unit length, after Rodrigues.
-Rows Turned(const std::array<double, 3>& axis, double degrees) {
-  const double c = std::cos(degrees * kRadiansPerDegree);
-  const double s = std::sin(degrees * kRadiansPerDegree);
-  const auto [x, y, z] = axis;
-  return {{{c + x * x * (1 - c), x * y * (1 - c) - z * s, x * z * (1 - c) + y * s, 0},
-           {y * x * (1 - c) + z * s, c + y * y * (1 - c), y * z * (1 - c) - x * s, 0},
-           {z * x * (1 - c) - y * s, z * y * (1 - c) + x * s, c + z * z * (1 - c), 0},
-           {0, 0, 0, 1}}};
-}
-
-constexpr std::array<double, 3> kXAxis = {1, 0, 0};
-constexpr std::array<double, 3> kYAxis = {0, 1, 0};
-constexpr std::array<double, 3> kZAxis = {0, 0, 1};
-
-const Rows kIdentity = Scaled(1);
-
-// 60 degrees from top to bottom, 4:3, from 0.1 to 100.
-Rows Perspective() {
-  const double cotangent = 1 / std::tan(30 * kRadiansPerDegree);
-  return {{{cotangent / (4.0 / 3.0), 0, 0, 0},
-           {0, cotangent, 0, 0},
-           {0, 0, -100.1 / 99.9, -2 * 100 * 0.1 / 99.9},
-           {0, 0, -1, 0}}};
-}
 
 // Elements within 2e-6 of the largest in the matrix, which is a few roundings of it: smaller ones are sums in
 // which larger terms cancel out.
@@ -298,13 +254,6 @@ TEST(SceneTransformTest, AQuaternionOfAnyLengthTurnsAboutItsAxis) {
   }
 }
 
-TEST(SceneTransformTest, AQuarterTurnByQuaternionTakesEachAxisToTheNext) {
-  const float h = 0.7071068f;
-  ExpectPoint(Apply(Rotation({h, 0, 0, h}), {0, 1, 0}), {0, 0, 1});
-  ExpectPoint(Apply(Rotation({0, h, 0, h}), {0, 0, 1}), {1, 0, 0});
-  ExpectPoint(Apply(Rotation({0, 0, h, h}), {1, 0, 0}), {0, 1, 0});
-}
-
 TEST(SceneTransformTest, AQuaternionWithoutLengthIsTheIdentity) {
   const struct {
     const char* what;
@@ -336,21 +285,6 @@ TEST(SceneTransformTest, TheModelIsCentredThenScaledThenTurned) {
   const Rows turn = Turned({0.1 / norm, -0.2 / norm, 0.3 / norm}, 2 * half_angle / kRadiansPerDegree);
   ExpectMatrix(ModelMatrix(q, 0.7f, {5, -6, 7}), turn * Scaled(0.7) * Moved(-5, 6, -7));
   ExpectPoint(Apply(ModelMatrix(q, 0.7f, {5, -6, 7}), {5, -6, 7}), {0, 0, 0});
-}
-
-TEST(SceneTransformTest, AnUnturnedModelMatrixMovesItsScaledCentreToTheOrigin) {
-  const ModelFit fit = FitModel(Model({{0, 0, 0, 2, 4, 6}}));
-  const Matrix4 matrix = ModelMatrix(kUnturned, fit.scale * 1.0f, fit.center);
-  EXPECT_EQ(matrix.m[12], -0.25f);
-  EXPECT_EQ(matrix.m[13], -0.5f);
-  EXPECT_EQ(matrix.m[14], -0.75f);
-  EXPECT_EQ(matrix.m[15], 1.0f);
-}
-
-TEST(SceneTransformTest, BaseAnglesTurnAboutTheirOwnAxes) {
-  ExpectMatrix(ViewMatrix({0, 0, 37}, 0), Turned(kZAxis, 37));  // yaw
-  ExpectMatrix(ViewMatrix({37, 0, 0}, 0), Turned(kYAxis, 37));  // roll
-  ExpectMatrix(ViewMatrix({0, 37, 0}, 0), Turned(kXAxis, 37));  // pitch
 }
 
 TEST(SceneTransformTest, BaseAnglesTurnAboutXThenYThenZThenMoveAway) {

@@ -1,6 +1,7 @@
 // Two engines in one process, each with a registrar of its own: the plug-in is registered with both, and one of them
 // closes.
 
+#include "plugin/registrations.h"
 #include "test/support/source_fixture.h"
 
 using ::testing::ElementsAre;
@@ -41,18 +42,18 @@ TEST_F(SecondEngineTest, OnceItHasClosedTheFirstOneShowsFramesAgain) {
 }
 
 TEST_F(SecondEngineTest, ItGoesOnWhenTheFirstOneCloses) {
-  flutter::PluginRegistrar* const registrar = plugin_under_test::Registrar();
+  flutter::PluginRegistrar* const registrar = g_registrar;
   DestroyPlugin();
-  EXPECT_EQ(plugin_under_test::Registrar(), registrar);
+  EXPECT_EQ(g_registrar, registrar);
   EXPECT_EQ(CallSecond("createTexture", Size(64, 48)), "success 100");
 }
 
 TEST_F(SecondEngineTest, AMiddleOneThatClosesChangesNothing) {
   fakes::FakeEmbedder third(200);
   OrbiskPluginRegisterWithRegistrar(third.registrar());
-  flutter::PluginRegistrar* const registrar = plugin_under_test::Registrar();
+  flutter::PluginRegistrar* const registrar = g_registrar;
   second_.DestroyRegistrar();
-  EXPECT_EQ(plugin_under_test::Registrar(), registrar);
+  EXPECT_EQ(g_registrar, registrar);
   third.DestroyRegistrar();
   EXPECT_EQ(CreateTexture(), 7);
   EXPECT_THAT(third.complaints(), IsEmpty());
@@ -69,9 +70,9 @@ TEST_F(SecondEngineTest, WhenOneClosesTheOthersTextureGivesNothingUntilItCreates
 }
 
 TEST_F(PluginTest, WithOneEngineTheRegistrarIsNamedToTheEnd) {
-  flutter::PluginRegistrar* const registrar = plugin_under_test::Registrar();
+  flutter::PluginRegistrar* const registrar = g_registrar;
   DestroyPlugin();
-  EXPECT_EQ(plugin_under_test::Registrar(), registrar);
+  EXPECT_EQ(g_registrar, registrar);
 }
 
 }  // namespace

@@ -1,54 +1,19 @@
-// "createTexture", the pixel-buffer callback and "dispose".
+// "createTexture", the pixel-buffer callback and "dispose": what the viewer holds afterwards. What they write is in the
+// transcripts.
 
 #include <algorithm>
 #include <new>
 
+#include "plugin/pixel_texture.h"
 #include "test/support/source_fixture.h"
 
 using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
 namespace {
 
-class TextureTest : public PluginTest {
- protected:
-  // The plug-in front's own lines of `log`: the renderer's in between are its own tests' matter.
-  static std::string OwnLines(const std::string& log) {
-    std::string own;
-    for (size_t start = 0; start < log.size();) {
-      const size_t end = std::min(log.find('\n', start), log.size() - 1);
-      const std::string line = log.substr(start, end + 1 - start);
-      if (line.rfind("[Orbisk] ", 0) == 0) own += line;
-      start = end + 1;
-    }
-    return own;
-  }
-};
-
-const std::vector<std::string> kDisposeLines = {"Dispose called",
-                                                "Setting disposal flag...",
-                                                "Stopping rendering thread...",
-                                                "Rendering thread stopped",
-                                                "Cleaning up pixel buffer...",
-                                                "Cleaning up EGL resources...",
-                                                "Cleaning up model data...",
-                                                "Disposed (state and texture kept alive for safety)"};
-
-TEST_F(TextureTest, CreateTextureLogsEachStepAndAnswersTheIdentifier) {
-  out_.Take();
-  EXPECT_EQ(Call("createTexture", Size(640, 480)), "success 7");
-  const std::string log = out_.Take();
-  EXPECT_EQ(OwnLines(log),
-            OrbiskLines({kBar, "CreateTexture called", kBar, "Requested texture size: 640x480",
-                         "Creating new viewer state", "Creating EGL renderer...",
-                         "EGL renderer initialized successfully", "Loading shaders...", "Shaders loaded successfully",
-                         "Context released from main thread", "Creating Flutter texture variant...",
-                         "Registering texture with Flutter...", kBar, "Texture created with ID: 7", kBar}));
-  EXPECT_EQ(err_.Take(), "");
-}
+class TextureTest : public PluginTest {};
 
 TEST_F(TextureTest, FirstFrameRequestMakesABufferOfTheRequestedSizeFilledWithZeros) {
   const int64_t id = CreateTexture(640, 480);
@@ -70,24 +35,6 @@ TEST_F(TextureTest, EveryFrameRequestGivesTheSameDescriptorWhateverSizeItAsksFor
   EXPECT_EQ(frame->width, 64u);
 }
 
-TEST_F(TextureTest, CreateTextureWithoutAMapAnswersInvalidArgsAndMakesNoViewer) {
-  for (const EncodableValue& arguments : {EncodableValue(), EncodableValue(EncodableList{640, 480})}) {
-    out_.Take();
-    EXPECT_EQ(Call("createTexture", arguments), "error INVALID_ARGS: Arguments must be a map");
-    EXPECT_EQ(out_.Take(), OrbiskLines({kBar, "CreateTexture called", kBar}));
-  }
-  EXPECT_EQ(State(), nullptr);
-}
-
-TEST_F(TextureTest, CreateTextureWithoutWidthOrHeightAnswersInvalidArgsAndMakesNoViewer) {
-  for (const EncodableValue& arguments : {Map({}), Map({{"width", 640}}), Map({{"height", 480}})}) {
-    out_.Take();
-    EXPECT_EQ(Call("createTexture", arguments), "error INVALID_ARGS: Missing width or height");
-    EXPECT_EQ(out_.Take(), OrbiskLines({kBar, "CreateTexture called", kBar}));
-  }
-  EXPECT_EQ(State(), nullptr);
-}
-
 TEST_F(TextureTest, ANewViewerStartsWithTheDefaults) {
   CreateTexture();
   EXPECT_EQ(State()->quat_x, 0.0f);
@@ -102,16 +49,9 @@ TEST_F(TextureTest, ANewViewerStartsWithTheDefaults) {
 TEST_F(TextureTest, CreateTextureAgainReusesTheViewerAndKeepsTheOldPixelBuffer) {
   const int64_t first = CreateTexture(64, 48);
   const FlutterDesktopPixelBuffer* frame = Fetch(first);
-  out_.Take();
-  embedder_.ClearCalls();
 
   EXPECT_EQ(Call("createTexture", Size(32, 24)), "success 8");
 
-  EXPECT_THAT(OwnLines(out_.Take()), HasSubstr("[Orbisk] Requested texture size: 32x24\n"
-                                               "[Orbisk] Reusing existing viewer state\n"
-                                               "[Orbisk] Creating EGL renderer...\n"));
-  EXPECT_THAT(embedder_.call_texts(), ElementsAre("TextureRegistrarRegisterExternalTexture(pixel buffer) = 8",
-                                                  "MessengerSendResponse(message 2, 10 bytes)"));
   EXPECT_TRUE(embedder_.texture(first).registered);
   EXPECT_EQ(Fetch(8), frame);
   EXPECT_EQ(frame->width, 64u);
@@ -153,17 +93,8 @@ TEST_F(TextureTest, ACreateTextureWhileFramesAreDrawnIsAnsweredAndTheThreadGoesO
   EXPECT_TRUE(WaitForFrames(larger, 3));
 }
 
-TEST_F(TextureTest, ARefusedTextureIsAnsweredWithMinusOne) {
-  embedder_.RefuseTextures(true);
-  EXPECT_EQ(Call("createTexture", Size(64, 48)), "success -1");
-}
-
-TEST_F(TextureTest, AFailedInitializeAnswersInitFailedAndLeavesAViewerWithoutTexture) {
-  out_.Take();
+TEST_F(TextureTest, AFailedInitializeLeavesAViewerWithoutTexture) {
   EXPECT_EQ(Call("createTexture", Size(-640, 480)), "error INIT_FAILED: Failed to initialize EGL renderer");
-  EXPECT_EQ(OwnLines(out_.Take()), OrbiskLines({kBar, "CreateTexture called", kBar, "Requested texture size: -640x480",
-                                                "Creating new viewer state", "Creating EGL renderer...",
-                                                "ERROR: Failed to initialize EGL renderer"}));
   EXPECT_THAT(embedder_.texture_ids(), IsEmpty());
   ASSERT_NE(State(), nullptr);
   EXPECT_NE(State()->renderer, nullptr);
@@ -201,19 +132,13 @@ TEST_F(TextureTest, ASizeWhoseByteCountWrapsAroundGetsNoPixelBuffer) {
 }
 
 TEST_F(TextureTest, ThePixelBufferCallbackWithoutARendererGivesNothing) {
-  EXPECT_EQ(plugin_under_test::CopyPixelBuffer(nullptr), nullptr);
+  EXPECT_EQ(CopyPixelBuffer(nullptr), nullptr);
   OrbiskState state;
-  EXPECT_EQ(plugin_under_test::CopyPixelBuffer(&state), nullptr);
+  EXPECT_EQ(CopyPixelBuffer(&state), nullptr);
   EXPECT_EQ(state.pixel_buffer, nullptr);
 }
 
-TEST_F(TextureTest, DisposeWithoutAViewerAnswersTrue) {
-  out_.Take();
-  EXPECT_EQ(Call("dispose"), "success true");
-  EXPECT_EQ(out_.Take(), OrbiskLines({"Dispose called", "No viewer state to dispose"}));
-}
-
-TEST_F(TextureTest, DisposeStopsUnregistersAndFreesInOrderAndKeepsStateTextureAndView) {
+TEST_F(TextureTest, DisposeStopsUnregistersAndFreesAndKeepsStateTextureAndView) {
   const int64_t id = CreateViewer();
   Fetch(id);
   Call("setQuaternion", QuaternionArguments(1, 0, 0, 0));
@@ -221,26 +146,12 @@ TEST_F(TextureTest, DisposeStopsUnregistersAndFreesInOrderAndKeepsStateTextureAn
   Call("setCameraDistance", Map({{"distance", 5.0}}));
   Call("setModelScale", Map({{"scale", 2.0}}));
   ASSERT_EQ(Call("startRendering"), "success true");
-  ASSERT_TRUE(WaitForFrames(id, 6)) << "after five, a frame that ends too late to be announced is not warned of";
+  ASSERT_TRUE(WaitForFrames(id, 1));
   OrbiskState* const state = State();
-  out_.Take();
   embedder_.ClearCalls();
 
   EXPECT_EQ(Call("dispose"), "success true");
 
-  EXPECT_THAT(out_.Take(),
-              ::testing::MatchesRegex("\\[Orbisk\\] Dispose called\n"
-                                      "\\[Orbisk\\] Setting disposal flag...\n"
-                                      "\\[Orbisk\\] Stopping rendering thread...\n"
-                                      "\\[Orbisk\\] =+\n"
-                                      "\\[Orbisk\\] Rendering thread STOPPED \\(rendered [0-9]+ frames\\)\n"
-                                      "\\[Orbisk\\] =+\n"
-                                      "\\[Orbisk\\] Rendering thread stopped\n"
-                                      "\\[Orbisk\\] Unregistering texture 7\n"
-                                      "\\[Orbisk\\] Cleaning up pixel buffer...\n"
-                                      "\\[Orbisk\\] Cleaning up EGL resources...\n"
-                                      "\\[Orbisk\\] Cleaning up model data...\n"
-                                      "\\[Orbisk\\] Disposed \\(state and texture kept alive for safety\\)\n"));
   EXPECT_THAT(embedder_.call_texts_without_marks(),
               ElementsAre("TextureRegistrarUnregisterExternalTexture(7, null, null)",
                           "MessengerSendResponse(message 7, 2 bytes)"));
@@ -256,16 +167,6 @@ TEST_F(TextureTest, DisposeStopsUnregistersAndFreesInOrderAndKeepsStateTextureAn
   EXPECT_EQ(state->base_pitch, 20.0f);
   EXPECT_EQ(state->camera_distance, 5.0f);
   EXPECT_EQ(state->model_scale, 2.0f);
-}
-
-TEST_F(TextureTest, DisposeTwiceLogsEveryStepAgainAndFindsNothingToDo) {
-  CreateViewer();
-  Call("dispose");
-  out_.Take();
-  embedder_.ClearCalls();
-  EXPECT_EQ(Call("dispose"), "success true");
-  EXPECT_EQ(out_.Take(), OrbiskLines(kDisposeLines));
-  EXPECT_THAT(embedder_.call_texts(), ElementsAre(StartsWith("MessengerSendResponse(")));
 }
 
 TEST_F(TextureTest, ThePixelBufferCallbackAfterDisposeGivesNothingAndAllocatesNothing) {

@@ -2,14 +2,14 @@
 // changed, and the next command works.
 
 #include "test/plugin/thread_faults.h"
+#include "plugin/render_thread.h"
 
 #include <system_error>
 
+#include "test/plugin/right_arguments.h"
 #include "test/support/source_fixture.h"
 
 namespace {
-
-const std::string kUnanswered = "Warning: Failed to respond to a message. This is a memory leak.\n";
 
 class ThreadFaultsTest : public PluginTest {};
 
@@ -30,23 +30,13 @@ TEST_F(ThreadFaultsTest, AThreadThatCannotBeMadeLeavesStartRenderingUnansweredAn
 
 TEST_F(ThreadFaultsTest, ALockThatFailsLeavesEveryCommandThatTakesItUnanswered) {
   const int64_t id = CreateViewer();
-  const std::vector<std::pair<std::string, EncodableValue>> commands = {
-      {"createTexture", Size(32, 24)},
-      {"loadModel", Map({{"modelPath", "x.glb"}})},
-      {"dispose", {}},
-      {"setCameraDistance", Map({{"distance", 9.0}})},
-      {"setModelScale", Map({{"scale", 9.0}})},
-      {"setRotation", AngleArguments(9, 9, 9)},
-      {"setBaseRotation", AngleArguments(9, 9, 9)},
-      {"setQuaternion", QuaternionArguments(9, 9, 9, 9)},
-      {"setBaseQuaternion", QuaternionArguments(9, 9, 9, 9)},
-  };
   {
     const thread_faults::UnlockableMutex unlockable(State()->mutex);
-    for (const auto& [method, arguments] : commands) {
-      SCOPED_TRACE(method);
+    for (const commands::Command& command : commands::All()) {
+      if (command.name == "startRendering" || command.name == "stopRendering") continue;  // take none
+      SCOPED_TRACE(command.name);
       err_.Take();
-      EXPECT_THROW(Call(method, arguments), std::system_error);
+      EXPECT_THROW(Call(command.name, Map(RightArguments(command))), std::system_error);
       EXPECT_FALSE(embedder_.last_reply().answered());
       EXPECT_EQ(err_.Take(), kUnanswered);
     }
@@ -79,7 +69,7 @@ TEST_F(ThreadFaultsTest, ALockThatFailsLeavesTheFrameRequestToo) {
 TEST_F(ThreadFaultsTest, ALockThatFailsLeavesTheBodyOfTheRenderThread) {
   CreateViewer();
   const thread_faults::UnlockableMutex unlockable(State()->mutex);
-  EXPECT_THROW(plugin_under_test::RenderingThread(State()), std::system_error);
+  EXPECT_THROW(RenderingThread(State()), std::system_error);
   EXPECT_EQ(out_.Take(), OrbiskLines({kBar, "Rendering thread STARTED", kBar}));
 }
 

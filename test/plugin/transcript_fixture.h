@@ -10,12 +10,13 @@
 #include "fake_graphics.h"
 #include "test/plugin/line_recorder.h"
 #include "test/plugin/sleep_recorder.h"
+#include "test/plugin/transcript_texts.h"
 #include "test/support/built_library.h"
 #include "test/support/files.h"
 #include "test/support/glb_builder.h"
 #include "test/support/plugin_fixture.h"
 
-// Stops the render thread behind each frame that it announces, until the test lets it on.
+// Stops the render thread after each frame that it announces, until the test lets it on.
 class FrameGate {
  public:
   void Pass() {
@@ -25,7 +26,7 @@ class FrameGate {
     changed_.wait(lock, [this] { return open_ || allowed_ > 0; });
     if (!open_) --allowed_;
   }
-  // Waits until the thread stands behind frame number `count`.
+  // Waits until the thread stands after frame number `count`.
   void WaitForFrame(int count) {
     std::unique_lock<std::mutex> lock(mutex_);
     changed_.wait(lock, [&] { return frames_ >= count && allowed_ == 0; });
@@ -83,6 +84,14 @@ class TranscriptTest : private FreshRecording, public CommandTest {
     EXPECT_THAT(fake_graphics::PendingFaults(), ::testing::IsEmpty());
   }
 
+  // A viewer with TwoMeshes() loaded, its transcript forgotten: two messages.
+  int64_t CreateViewer() {
+    const int64_t id = CreateTexture(4, 2);
+    EXPECT_EQ(Call("loadModel", Map({{"modelPath", WriteModel(transcript::TwoMeshes())}})), "success true");
+    fake_graphics::ClearCalls();
+    return id;
+  }
+
   // What the test's own thread has called and written since the last look; what others did is forgotten.
   std::string TakePlatformTranscript() {
     std::string text = TranscriptOf([this](std::thread::id thread) { return thread == platform_thread_; });
@@ -95,7 +104,7 @@ class TranscriptTest : private FreshRecording, public CommandTest {
     return TranscriptOf([this](std::thread::id thread) { return thread != platform_thread_; });
   }
 
-  // Starts rendering; the thread has announced its first frame and stands behind it until `gate_` lets it on.
+  // Starts rendering; the thread has announced its first frame and stands there until `gate_` lets it on.
   void StartAndHoldTheFirstFrame() {
     gate_.Close();
     Call("startRendering");

@@ -125,6 +125,21 @@ const std::string kFragmentSource =
 
 }  // namespace
 
+const std::string kDrmNodeDisplay = R"(eglGetDisplay(EGL_DEFAULT_DISPLAY) -> EGL_NO_DISPLAY
+out: [EGLRenderer] EGL_DEFAULT_DISPLAY failed, falling back to GBM...
+out: [EGLRenderer] Setting up GBM device for offscreen rendering...
+out: [EGLRenderer] Trying DRM device: /dev/dri/renderD128
+open("/dev/dri/renderD128", O_RDWR) -> -1
+out: [EGLRenderer] Trying DRM device: {node}
+open("{node}", O_RDWR) -> fd1
+out: [EGLRenderer] Successfully opened DRM device: {node}
+gbm_create_device(fd1) -> gbm1
+out: [EGLRenderer] GBM device created successfully
+eglGetProcAddress("eglGetPlatformDisplayEXT") -> found
+out: [EGLRenderer] Using eglGetPlatformDisplayEXT for GBM
+eglGetPlatformDisplayEXT(EGL_PLATFORM_GBM_KHR, gbm1, null) -> display1
+)";
+
 const std::string kReleaseRenderer = R"(glDeleteProgram({program})
 glDeleteShader({vertex})
 glDeleteShader({fragment})
@@ -277,12 +292,6 @@ eglMakeCurrent(display1, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT) -> EGL_
 out: [Orbisk] Disposed (state and texture kept alive for safety)
 MessengerSendResponse(message {message}, 2 bytes)
 )";
-
-std::string Times(int count, const std::string& text) {
-  std::string all;
-  for (int i = 0; i < count; ++i) all += text;
-  return all;
-}
 
 std::string WithoutMatrices(std::string transcript) {
   const std::string before = "glUniformMatrix4fv(7, 1, GL_FALSE, ";

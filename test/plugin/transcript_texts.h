@@ -35,6 +35,10 @@ std::string RegisterTranscript(int id, int message);
 /// A whole "createTexture".
 std::string CreateTranscript(int renderer, int width, int height, ViewerWas viewer, int id, int message);
 
+/// What stands in InitializeTranscript() for the default display's eglGetDisplay where there is none: {node} is the second
+/// that is tried, and opens.
+extern const std::string kDrmNodeDisplay;
+
 /// The end of a renderer: {n} and the names of its GL objects.
 extern const std::string kReleaseRenderer;
 
@@ -52,8 +56,6 @@ extern const std::string kReadback;    // {fbo} {w} {h}
 extern const std::string kThreadStop;  // {count}
 extern const std::string kStop;        // {message}
 extern const std::string kDispose;     // {id} {message}, and those of kReleaseRenderer
-
-std::string Times(int count, const std::string& text);
 
 /// `transcript` with {matrix} in place of each matrix: their numbers are known to a rounding only, and looked at apart.
 std::string WithoutMatrices(std::string transcript);

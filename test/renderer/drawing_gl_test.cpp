@@ -35,11 +35,6 @@ MeshData WithoutIndices(MeshData mesh) {
   return mesh;
 }
 
-MeshData WithoutPositions(MeshData mesh) {
-  mesh.positions.clear();
-  return mesh;
-}
-
 MeshData TurnedAround(MeshData mesh) {
   std::reverse(mesh.indices.begin(), mesh.indices.end());
   return mesh;
@@ -384,36 +379,6 @@ TEST_F(DrawingTest, BothAttributesAreDisabledAfterAMeshWithOrWithoutNormals) {
   EXPECT_FALSE(IsAttributeEnabled("a_normal"));
 }
 
-TEST_F(DrawingTest, NormalsThatTheShaderDoesNotUseAreSkipped) {
-  const char* const flat_vertex = R"(
-attribute vec3 a_position;
-attribute vec3 a_normal;
-uniform mat4 u_mvp;
-void main() { gl_Position = u_mvp * vec4(a_position, 1.0); }
-)";
-  const char* const flat_fragment = R"(
-precision mediump float;
-uniform vec3 u_lightDir;
-uniform vec3 u_objectColor;
-void main() { gl_FragColor = vec4(u_objectColor * u_lightDir.z, 1.0); }
-)";
-  Start(5, 3, flat_vertex, flat_fragment);
-  EXPECT_THAT(RenderOnePixel(WholeFrame(kOrange)), IsNear(Opaque(kOrange, 1.0)));
-  EXPECT_EQ(glGetAttribLocation(GlName(GL_CURRENT_PROGRAM), "a_normal"), -1);
-}
-
-TEST_F(DrawingTest, AMeshWithoutIndicesOrPositionsIsReportedAndDrawsNothing) {
-  Start(5, 3);
-  // Moved, not copied: what has been cleared still lies in memory, for anybody to draw who does not look at
-  // sizes.
-  for (auto* without : {WithoutIndices, WithoutPositions}) {
-    std::vector<MeshData> meshes;
-    meshes.push_back(without(WholeFrame(kOrange)));
-    EXPECT_EQ(Render(meshes, kEmptyMesh).bytes, Frame(5, 3).bytes);
-  }
-  EXPECT_EQ(Render({MeshData()}, kEmptyMesh).bytes, Frame(5, 3).bytes);
-}
-
 TEST_F(DrawingTest, AnEmptyMeshBetweenTwoOthersIsSkippedAlone) {
   Start(5, 3);
   const Frame frame = Render(
@@ -422,21 +387,6 @@ TEST_F(DrawingTest, AnEmptyMeshBetweenTwoOthersIsSkippedAlone) {
   EXPECT_THAT(frame.At(0, 2), IsNear(Opaque(kOrange, kFacingTheLight)));
   EXPECT_EQ(frame.At(2, 1), kUncovered);
   EXPECT_THAT(frame.At(4, 0), IsNear(Opaque(kTeal, kFacingTheLight)));
-}
-
-// ---- GL errors --------------------------------------------------------------------------------------------
-
-TEST_F(DrawingTest, AGlErrorIsReportedOncePerMeshAndTheFrameGoesOn) {
-  Start(5, 3);
-  Frame frame(5, 3);
-  const auto leave_an_error = [](const std::string& step) {
-    if (step == "setObjectColor") glEnable(0xDEAD);  // GL_INVALID_ENUM stays for the next to ask
-  };
-  const Said said = Draw({Rectangle({0, 0, 2, 3}, kOrange), Rectangle({3, 0, 5, 3}, kTeal)}, frame, leave_an_error);
-  EXPECT_EQ(said.out, "");
-  EXPECT_EQ(said.err, RendererLines({"GL error: 0x500", "GL error: 0x500"}));
-  EXPECT_THAT(frame.At(0, 0), IsNear(Opaque(kOrange, kFacingTheLight)));
-  EXPECT_THAT(frame.At(4, 2), IsNear(Opaque(kTeal, kFacingTheLight)));
 }
 
 }  // namespace

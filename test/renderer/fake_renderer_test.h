@@ -4,42 +4,26 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <filesystem>
-#include <functional>
 #include <iterator>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "renderer/egl_renderer.h"
 #include "test/fakes/graphics/fake_graphics.h"
+#include "test/renderer/renderer_lines.h"
 #include "test/support/log_capture.h"
-
-inline std::string Joined(const std::vector<std::string>& lines) {
-  std::string text;
-  for (const std::string& line : lines) text += line + "\n";
-  return text;
-}
-
-/// Lines of the renderer, each with its tag and newline.
-inline std::string RendererLines(const std::vector<std::string>& lines) {
-  std::string text;
-  for (const std::string& line : lines) text += "[EGLRenderer] " + line + "\n";
-  return text;
-}
-
-/// Some of the last lines.
-inline std::string LastLines(const std::vector<std::string>& lines, size_t count) {
-  return Joined({lines.end() - static_cast<std::ptrdiff_t>(count), lines.end()});
-}
 
 inline constexpr char kVertexSource[] = "attribute vec3 a_position; attribute vec3 a_normal;\nuniform mat4 u_mvp;";
 inline constexpr char kFragmentSource[] = "uniform vec3 u_lightDir;\nuniform vec3 u_objectColor;";
 
-/// A renderer on the fake graphics libraries, whose calls and log a test reads. When the test is over, the
-/// fakes must have nothing to object to and the renderer must have left nothing behind and closed nothing
-/// else.
+/// A renderer on the fake graphics libraries, whose calls and log a test reads. When the test is over, the fakes must
+/// have nothing to object to and the renderer must have left nothing behind and closed nothing else.
+///
+/// Which calls come one after the other is for the transcripts of the built library to say, in test/plugin; tests here
+/// look at what is held, said and drawn, and at calls only where their order or their arguments matter.
 class FakeRendererTest : public ::testing::Test {
  protected:
   FakeRendererTest() { fake_graphics::Reset(); }
@@ -55,6 +39,16 @@ class FakeRendererTest : public ::testing::Test {
   /// The calls since the last look.
   static std::string TakeCalls() {
     const std::string calls = fake_graphics::Transcript();
+    fake_graphics::ClearCalls();
+    return calls;
+  }
+
+  /// The calls of these functions since the last look; the others are forgotten.
+  static std::string TakeCallsOf(const std::set<std::string>& functions) {
+    std::string calls;
+    for (const fake_graphics::Call& call : fake_graphics::Calls()) {
+      if (functions.count(call.function) != 0) calls += call.text + "\n";
+    }
     fake_graphics::ClearCalls();
     return calls;
   }

@@ -18,6 +18,7 @@
 #include "model/glb_loader.h"
 #include "plugin/shaders.h"
 #include "renderer/egl_renderer.h"
+#include "test/renderer/renderer_lines.h"
 #include "test/support/graphics_driver.h"
 #include "test/support/log_capture.h"
 
@@ -104,13 +105,6 @@ Said WhatIsSaid(const Action& action) {
   LogCapture err(stderr);
   action();
   return {out.Take(), err.Take()};
-}
-
-/// Lines of the renderer, each with its tag and newline.
-inline std::string RendererLines(const std::vector<std::string>& lines) {
-  std::string text;
-  for (const std::string& line : lines) text += "[EGLRenderer] " + line + "\n";
-  return text;
 }
 
 /// A renderer on the machine's own driver, offscreen, at a size that the test chooses.

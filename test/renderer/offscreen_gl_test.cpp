@@ -150,28 +150,6 @@ TEST_F(OffscreenTest, InitializeLeavesNoGlObjectBound) {
   EXPECT_EQ(GlInteger(GL_RENDERBUFFER_BINDING), 0);
 }
 
-TEST_F(OffscreenTest, SwapBuffersOffscreenDoesNothingAndReturnsFalse) {
-  Start(5, 3);
-  const Frame before = Render({WholeFrame(kOrange)});
-  bool swapped = true;
-  const Said said = WhatIsSaid([&] { swapped = renderer_.swapBuffers(); });
-  EXPECT_FALSE(swapped);
-  EXPECT_EQ(said.out + said.err, "");
-  EXPECT_EQ(eglGetError(), EGL_SUCCESS);
-  Frame after(5, 3);
-  renderer_.readPixels(after.bytes.data(), 5, 3);
-  EXPECT_EQ(after.bytes, before.bytes);
-}
-
-TEST_F(OffscreenTest, WindowModeWithoutAnXServerFailsBeforeAnyEglCall) {
-  unsetenv("DISPLAY");
-  bool initialized = true;
-  const Said said = WhatIsSaid([&] { initialized = renderer_.initialize(5, 3, true); });
-  EXPECT_FALSE(initialized);
-  EXPECT_EQ(said.out, RendererLines({"Initializing 5x3 (window mode)"}));
-  EXPECT_EQ(said.err, RendererLines({"Failed to open X11 display"}));
-}
-
 // ---- Failures ---------------------------------------------------------------------------------------------
 
 TEST_F(OffscreenTest, NegativeSizesFailAtThePbuffer) {
@@ -281,19 +259,6 @@ TEST_F(OffscreenTest, MakeContextCurrentFailsWhileAnotherThreadHasIt) {
       << "the thread that has it keeps it";
 }
 
-TEST_F(OffscreenTest, MakeContextCurrentBeforeInitializeFails) {
-  bool current = true;
-  const Said said = WhatIsSaid([&] { current = renderer_.makeContextCurrent(); });
-  EXPECT_FALSE(current);
-  EXPECT_EQ(said.out, "");
-  EXPECT_EQ(said.err, RendererLines({"Failed to make context current"}));
-}
-
-TEST_F(OffscreenTest, ReleaseContextBeforeInitializeLogsNothing) {
-  const Said said = WhatIsSaid([&] { renderer_.releaseContext(); });
-  EXPECT_EQ(said.out + said.err, "");
-}
-
 // ---- Releasing --------------------------------------------------------------------------------------------
 
 TEST_F(OffscreenTest, CleanupDeletesTheGlObjectsAndKeepsTheSize) {
@@ -341,25 +306,6 @@ TEST_F(OffscreenTest, CleanupOnAThreadWithoutTheContextReleasesEverythingWithIt)
   bool current = true;
   WhatIsSaid([&] { current = renderer_.makeContextCurrent(); });
   EXPECT_FALSE(current);
-}
-
-TEST_F(OffscreenTest, CleanupMayRunTwiceAndBeforeInitialize) {
-  EXPECT_EQ(WhatIsSaid([&] { renderer_.cleanup(); }).err, "");
-  Start(5, 3);
-  EXPECT_EQ(WhatIsSaid([&] { renderer_.cleanup(); }).err, "");
-  EXPECT_EQ(WhatIsSaid([&] { renderer_.cleanup(); }).err, "");
-}
-
-TEST_F(OffscreenTest, ARendererReplacesAnotherOfADifferentSize) {
-  Start(5, 3);
-  Render({WholeFrame(kOrange)});
-  renderer_.releaseContext();
-  renderer_.cleanup();
-  EGLRenderer next;
-  bool initialized = false;
-  const Said said = WhatIsSaid([&] { initialized = next.initialize(7, 2, false); });
-  EXPECT_TRUE(initialized) << said.err;
-  EXPECT_EQ(CurrentSurface(EGL_WIDTH), 7);
 }
 
 }  // namespace

@@ -129,20 +129,10 @@ TEST_F(ReadbackTest, ReadPixelsReadsTheRenderersFramebufferWhateverIsBoundAndLea
   EXPECT_EQ(GlInteger(GL_FRAMEBUFFER_BINDING), framebuffer);
 }
 
-TEST_F(ReadbackTest, ReadPixelsIntoNullSaysSoAndTouchesNothing) {
-  Start(5, 3);
-  glBindFramebuffer(GL_FRAMEBUFFER, 0);
-  const Said said = ReadPixels(nullptr, 5, 3);
-  EXPECT_EQ(said.out, "");
-  EXPECT_EQ(said.err, RendererLines({"readPixels: buffer is null"}));
-  EXPECT_EQ(GlInteger(GL_FRAMEBUFFER_BINDING), 0);
-  EXPECT_EQ(glGetError(), GLenum{GL_NO_ERROR});
-}
-
-TEST_F(ReadbackTest, ReadPixelsOfNothingCopiesNothing) {
+TEST_F(ReadbackTest, ReadPixelsOfNoOrNegativeRowsCopiesNothing) {
   Start(5, 3);
   RenderCorners();
-  const struct { int width, height; } sizes[] = {{5, 0}, {0, 3}, {0, 0}, {0, -3}};
+  const struct { int width, height; } sizes[] = {{5, 0}, {0, 3}, {0, 0}, {0, -3}, {-5, -3}};
   for (const auto& size : sizes) {
     unsigned char byte = 0xAB;
     const Said said = ReadPixels(&byte, size.width, size.height);
@@ -150,25 +140,6 @@ TEST_F(ReadbackTest, ReadPixelsOfNothingCopiesNothing) {
     EXPECT_EQ(said.err, size.height < 0 ? RendererLines({"readPixels: glReadPixels error: 0x501"}) : "");
     EXPECT_EQ(byte, 0xAB);
   }
-}
-
-TEST_F(ReadbackTest, ReadPixelsOfANegativeHeightCopiesNothingWhereTheProductIsPositive) {
-  Start(5, 3);
-  unsigned char byte = 0xAB;
-  const Said said = ReadPixels(&byte, -5, -3);
-  EXPECT_EQ(said.err, RendererLines({"readPixels: glReadPixels error: 0x501"}));
-  EXPECT_EQ(byte, 0xAB);
-}
-
-TEST_F(ReadbackTest, ReadPixelsOfANegativeProductThrowsALengthError) {
-  Start(5, 3);
-  unsigned char byte = 0xAB;
-  EXPECT_THROW(renderer_.readPixels(&byte, -5, 3), std::length_error);
-  EXPECT_THROW(renderer_.readPixels(&byte, 5, -3), std::length_error);
-  // 2^29 + 2^28 pixels: in 32 bits their bytes are a negative number.
-  EXPECT_THROW(renderer_.readPixels(&byte, 3 * 16384, 16384), std::length_error);
-  EXPECT_EQ(byte, 0xAB);
-  EXPECT_EQ(glGetError(), GLenum{GL_NO_ERROR}) << "nothing is read";
 }
 
 TEST_F(ReadbackTest, AGlErrorInReadPixelsIsReportedAndTheBufferFilledWithZeros) {
@@ -180,16 +151,6 @@ TEST_F(ReadbackTest, AGlErrorInReadPixelsIsReportedAndTheBufferFilledWithZeros) 
   EXPECT_EQ(said.out, "");
   EXPECT_EQ(said.err, RendererLines({"readPixels: glReadPixels error: 0x506"}));
   EXPECT_EQ(frame.bytes, Frame(5, 3).bytes);
-}
-
-TEST_F(ReadbackTest, AnEarlierGlErrorIsReportedByReadPixelsWhichStillReads) {
-  Start(5, 3);
-  const Frame frame = RenderCorners();
-  glEnable(0xDEAD);
-  Frame again(5, 3);
-  const Said said = ReadPixels(again.bytes.data(), 5, 3);
-  EXPECT_EQ(said.err, RendererLines({"readPixels: glReadPixels error: 0x500"}));
-  EXPECT_EQ(again.bytes, frame.bytes);
 }
 
 // ---- saveFrameToPPM ---------------------------------------------------------------------------------------
@@ -223,16 +184,6 @@ TEST_F(ReadbackTest, SavingReplacesALongerFile) {
   EXPECT_EQ(Contents(path_), Ppm(frame));
 }
 
-TEST_F(ReadbackTest, SavingToAPathThatCannotBeWrittenNamesIt) {
-  Start(5, 3);
-  const std::string paths[] = {::testing::TempDir() + "no such folder/frame.ppm", ::testing::TempDir(), ""};
-  for (const std::string& path : paths) {
-    const Said said = SaveFrame(false, path);
-    EXPECT_EQ(said.out, "");
-    EXPECT_EQ(said.err, RendererLines({"Failed to open file: " + path}));
-  }
-}
-
 TEST_F(ReadbackTest, AFrameThatCannotBeReadIsNotSaved) {
   Start(5, 3);
   RenderCorners();
@@ -240,22 +191,6 @@ TEST_F(ReadbackTest, AFrameThatCannotBeReadIsNotSaved) {
   const Said said = SaveFrame(false, path_);
   EXPECT_EQ(said.out, "");
   EXPECT_EQ(said.err, RendererLines({"GL error reading pixels: 0x506"}));
-  EXPECT_FALSE(Exists(path_));
-}
-
-TEST_F(ReadbackTest, AnEarlierGlErrorKeepsAFrameFromBeingSaved) {
-  Start(5, 3);
-  RenderCorners();
-  glEnable(0xDEAD);
-  EXPECT_EQ(SaveFrame(false, path_).err, RendererLines({"GL error reading pixels: 0x500"}));
-  EXPECT_FALSE(Exists(path_));
-}
-
-TEST_F(ReadbackTest, SavingAFrameOfANegativeSizeThrowsALengthError) {
-  bool initialized = true;
-  WhatIsSaid([&] { initialized = renderer_.initialize(-5, 3, false); });
-  ASSERT_FALSE(initialized);
-  EXPECT_THROW(static_cast<void>(renderer_.saveFrameToPPM(path_.c_str())), std::length_error);
   EXPECT_FALSE(Exists(path_));
 }
 

@@ -76,15 +76,6 @@ TEST_F(ShadersTest, LoadingLogsEachStepAndTheLocations) {
   EXPECT_EQ(said.err, "");
 }
 
-TEST_F(ShadersTest, NamesThatTheShadersLackAreNoFailureAndShowAsMinusOne) {
-  const Said said = Load(true, "attribute vec3 position; void main() { gl_Position = vec4(position, 1.0); }",
-                         "void main() { gl_FragColor = vec4(1.0); }");
-  EXPECT_THAT(said.out, ::testing::EndsWith(
-                            RendererLines({"Shader program linked", "Attribute locations - position: -1, normal: -1",
-                                           "Uniform locations - mvp: -1, lightDir: -1, objectColor: -1"})));
-  EXPECT_EQ(said.err, "");
-}
-
 TEST_F(ShadersTest, BothShadersStayAttachedAndAlive) {
   Load(true, kVertexShader, kFragmentShader);
   renderer_.beginFrame();

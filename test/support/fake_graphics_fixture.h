@@ -2,13 +2,10 @@
 #define TEST_SUPPORT_FAKE_GRAPHICS_FIXTURE_H_
 
 #include "fake_graphics.h"
+#include "test/support/fresh_graphics.h"
 #include "test/support/source_fixture.h"
 
-struct FreshGraphics {
-  FreshGraphics() { fake_graphics::Reset(); }
-};
-
-/// The fixture of test programs that have the plug-in's source inside, on fake graphics libraries.
+/// The fixture of test programs that have the plug-in inside, on fake graphics libraries.
 class FakeGraphicsPluginTest : private FreshGraphics, public PluginTest {
  protected:
   // Before the destructors of what derives from this: hooks know its members.

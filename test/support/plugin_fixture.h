@@ -32,6 +32,15 @@ inline EncodableValue AngleArguments(double roll, double pitch, double yaw) {
 
 inline const std::string kBar = "========================================";
 
+/// What the channel writes of a message that dies unanswered.
+inline const std::string kUnanswered = "Warning: Failed to respond to a message. This is a memory leak.\n";
+
+inline std::string Times(int count, const std::string& text) {
+  std::string all;
+  for (int i = 0; i < count; ++i) all += text;
+  return all;
+}
+
 /// Lines of the plug-in front, each with its tag and newline.
 inline std::string OrbiskLines(const std::vector<std::string>& lines) {
   std::string text;
@@ -41,7 +50,7 @@ inline std::string OrbiskLines(const std::vector<std::string>& lines) {
 
 /// A plug-in, registered with a fake embedder, whose commands a test gives and whose log it reads.
 ///
-/// Derived from by the fixtures of both test programs: the one that has the plug-in's source inside and the one that
+/// Derived from by the fixtures of both test programs: the one that has the plug-in inside and the one that
 /// loads the built library.
 class CommandTest : public ::testing::Test {
  protected:

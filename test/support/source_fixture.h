@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "plugin/orbisk_state.h"
 #include "test/support/plugin_fixture.h"
-#include "test/support/plugin_under_test.h"
 
 /// An axis-aligned box, its faces counter-clockwise from outside, with flat normals.
 inline MeshData Box(const std::array<float, 3>& center, float half, const std::array<float, 4>& color) {
@@ -53,7 +53,7 @@ class PluginTest : public CommandTest {
  protected:
   PluginTest() : CommandTest(&OrbiskPluginRegisterWithRegistrar) {}
 
-  static OrbiskState* State() { return plugin_under_test::State(); }
+  static OrbiskState* State() { return g_viewer_state.get(); }
 
   /// Gives the viewer state a model without a file.
   static void SetModel(std::vector<MeshData> meshes) {
