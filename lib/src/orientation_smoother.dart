@@ -26,7 +26,7 @@ class OrientationSmoother {
     }
   }
 
-  /// How far behind the newest sample the shown orientation is.
+  /// How much older than the newest sample the shown orientation may be.
   final Duration delay;
 
   /// Without a sample for this long, [isStaleAt] says so.
@@ -80,7 +80,7 @@ class OrientationSmoother {
 
   /// The orientation to show at [now], of length 1, or null when there is no sample yet.
   ///
-  /// The newest one's where no newer has arrived in time. Samples that lie behind it are forgotten, so [now] must not
+  /// The newest one's where no newer has arrived in time. Samples older than it are forgotten, so [now] must not
   /// go back.
   Quaternion? orientationAt(Duration now) {
     final Duration? offset = _offset;

@@ -23,7 +23,7 @@ void main() {
     await tester.pump();
   }
 
-  /// Takes the widgets away, and lets what they left behind end.
+  /// Takes the widgets away, and lets what they have started end.
   Future<void> leave(WidgetTester tester) async {
     await tester.pumpWidget(const SizedBox());
     await tester.pump(const Duration(seconds: 2));

@@ -19,7 +19,11 @@ import sys
 import yaml
 
 TRIPLE = "aarch64-linux-gnu"
-NOT_OF_THE_PACKAGE = shutil.ignore_patterns("build", "out", ".git", ".cache", "node_modules", "__pycache__")
+
+
+def not_of_the_package(folder, names):
+    return [name for name in names
+            if name in ("build", "out", ".git", "__pycache__") or pathlib.Path(folder, name, "CMakeCache.txt").exists()]
 
 
 def remove(folder):
@@ -32,7 +36,7 @@ def remove(folder):
 
 
 def copy_only_readable(source, target):
-    shutil.copytree(source, target, ignore=NOT_OF_THE_PACKAGE)
+    shutil.copytree(source, target, ignore=not_of_the_package)
     for path in [target, *target.rglob("*")]:
         path.chmod(path.stat().st_mode & ~(stat.S_IWUSR | stat.S_IWGRP | stat.S_IWOTH))
 
