@@ -147,7 +147,6 @@ class _OrbiskViewState extends State<OrbiskView> with WidgetsBindingObserver {
   void dispose() {
     WidgetsBinding.instance.removeObserver(this);
     _resize?.cancel();
-    _firstFrame?.cancel();
     _stopListeningTo(_controller);
     _leave(_controller, drivenByMe: widget.model != null);
     super.dispose();

@@ -22,7 +22,7 @@ const withoutTypeArguments = (text) => text.replace(/isA<(\w+)>\(\)/g, "isA('$1'
 
 function program(file) {
   const sources = [...dartFiles('.', ['lib/src', 'test/dart/support']).filter((one) => !WIDGETS.test(one)), file];
-  const trees = sources.map((source) => parse(withoutTypeArguments(fs.readFileSync(source, 'utf8'))));
+  const trees = sources.map((source) => [source, parse(withoutTypeArguments(fs.readFileSync(source, 'utf8')))]);
   const names = Object.keys(runtime);
   const code = new Translator(runtime).translate(trees);
   return new Function('runtime', `const {${names.join(', ')}} = runtime;\n${code}\nmain();`);

@@ -43,6 +43,17 @@ function unknown(node) {
   throw new Error(`line ${node.startPosition.row + 1}: ${node.type} is not known: ${node.text.slice(0, 80)}`);
 }
 
+function basesFirst(classes) {
+  const ordered = [];
+  const place = (one) => {
+    if (!one || ordered.includes(one)) return;
+    place(classes.find((other) => other.name === one.base));
+    ordered.push(one);
+  };
+  classes.forEach(place);
+  return ordered;
+}
+
 /// Translates syntax trees that make up one program. `library` has the classes that are not part of it.
 export class Translator {
   #classes = new Map(); // name -> {members: Map(name -> {isStatic, isMethod}), constructors: Set, base, isEnum}
@@ -54,51 +65,54 @@ export class Translator {
     this.#library = library;
   }
 
-  /// The program's JavaScript: functions, classes, constants.
-  translate(trees) {
-    for (const tree of trees) {
+  /// The program's JavaScript. `files` are pairs of a name and a syntax tree.
+  translate(files) {
+    for (const [, tree] of files) {
       for (const node of tree.namedChildren) {
         if (['class_definition', 'enum_declaration'].includes(node.type)) this.#collect(node);
       }
     }
-    const classes = [];
-    const others = [];
-    const constants = [];
-    for (const tree of trees) {
-      const nodes = named(tree);
-      for (let i = 0; i < nodes.length; i++) {
-        const node = nodes[i];
-        switch (node.type) {
-          case 'class_definition':
-          case 'enum_declaration': classes.push(this.#translateClass(node)); break;
-          case 'function_signature': {
-            const name = node.childForFieldName('name').text;
-            others.push(`const ${name} = ${this.#function(node, nodes[++i])};`);
-            break;
-          }
-          case 'static_final_declaration_list':
-            for (const one of node.namedChildren) {
-              constants.push(`const ${one.namedChildren[0].text} = ${this.#after(one, '=')};`);
-            }
-            break;
-          // A constant's type stands beside it.
-          case 'import_or_export': case 'type_alias': case 'const_builtin': case 'type_identifier': break;
-          default: unknown(node);
-        }
+    const program = {classes: [], functions: [], constants: []};
+    for (const [name, tree] of files) {
+      try {
+        this.#translateFile(tree, program);
+      } catch (error) {
+        throw new Error(`${name}, ${error.message}`);
       }
     }
-    // Base classes first; static fields when all classes are there, enumerations when all fields are.
-    const ordered = [];
-    const place = (one) => {
-      if (ordered.includes(one)) return;
-      const base = classes.find((other) => other.name === one.base);
-      if (base) place(base);
-      ordered.push(one);
-    };
-    classes.forEach(place);
-    const list = `const $classes = {${classes.map((one) => one.name).join(', ')}};\n$know($classes);\n`;
-    return [...ordered.map((one) => one.code), list, ...ordered.map((one) => one.statics),
-      ...ordered.map((one) => one.values), ...others, ...constants].join('\n');
+    // Static fields when all classes are there, enumerations when all fields are.
+    const classes = basesFirst(program.classes);
+    return [
+      ...classes.map((one) => one.code),
+      `const $classes = {${classes.map((one) => one.name).join(', ')}};\n$know($classes);`,
+      ...classes.map((one) => one.statics),
+      ...classes.map((one) => one.values),
+      ...program.functions,
+      ...program.constants,
+    ].join('\n');
+  }
+
+  #translateFile(tree, program) {
+    const nodes = named(tree);
+    for (let i = 0; i < nodes.length; i++) {
+      const node = nodes[i];
+      switch (node.type) {
+        case 'class_definition': case 'enum_declaration': program.classes.push(this.#translateClass(node)); break;
+        case 'function_signature': {
+          const name = node.childForFieldName('name').text;
+          program.functions.push(`const ${name} = ${this.#function(node, nodes[++i])};`);
+          break;
+        }
+        case 'static_final_declaration_list':
+          for (const one of node.namedChildren) {
+            program.constants.push(`const ${one.namedChildren[0].text} = ${this.#after(one, '=')};`);
+          }
+          break;
+        // A constant's type stands beside it.
+        case 'import_or_export': case 'type_alias': case 'const_builtin': case 'type_identifier': break;
+        default: unknown(node);
+      }
+    }
   }
 
   // Declarations
@@ -354,7 +368,7 @@ export class Translator {
       const match = has(node, 'case')
         ? this.#pattern(pattern[0], this.#expression(value))
         : {condition: this.#expression(value), bindings: []};
-      const then = this.#bound(match, this.#statement(node.childForFieldName('consequence')));
+      const then = `${match.bindings.join(' ')} ${this.#statement(node.childForFieldName('consequence'))}`;
       const otherwise = node.childForFieldName('alternative');
       return `if (${match.condition}) { ${then} }${otherwise ? ` else { ${this.#statement(otherwise)} }` : ''}`;
     });
@@ -390,7 +404,7 @@ export class Translator {
       const code = () => statements.map((statement) => this.#statement(statement)).join('\n');
       if (branch.type === 'switch_statement_default') return `{ ${code()} }`;
       const match = this.#pattern(pattern.find((part) => part.type !== 'case_builtin'), '$value');
-      return `if (${match.condition}) { ${this.#bound(match, code())} }`;
+      return `if (${match.condition}) { ${match.bindings.join(' ')} ${code()} }`;
     }));
     return `{ const $value = ${value}; ${branches.join(' else ')} }`;
   }
@@ -446,10 +460,6 @@ export class Translator {
 
   #constant(node) {
     return this.#expression(node.type === 'constant_pattern' ? named(node) : [node]);
-  }
-
-  #bound(match, code) {
-    return `${match.bindings.join(' ')} ${code}`;
   }
 
   #switchExpression(node) {
