@@ -11,10 +11,7 @@
 namespace client_wrapper_test {
 namespace {
 
-using flutter::ByteBufferStreamReader;
-using flutter::ByteBufferStreamWriter;
-using flutter::ByteStreamReader;
-using flutter::ByteStreamWriter;
+using namespace flutter;
 
 class ByteBufferStreamReaderTest : public ::testing::Test {
  protected:

@@ -12,16 +12,7 @@
 namespace client_wrapper_test {
 namespace {
 
-using flutter::ByteStreamReader;
-using flutter::ByteStreamWriter;
-using flutter::CustomEncodableValue;
-using flutter::EncodableList;
-using flutter::EncodableMap;
-using flutter::EncodableValue;
-using flutter::MethodCall;
-using flutter::StandardCodecSerializer;
-using flutter::StandardMessageCodec;
-using flutter::StandardMethodCodec;
+using namespace flutter;
 using ::testing::ElementsAre;
 
 /// A type of an application's own.

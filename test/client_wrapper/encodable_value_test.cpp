@@ -14,10 +14,7 @@
 namespace client_wrapper_test {
 namespace {
 
-using flutter::CustomEncodableValue;
-using flutter::EncodableList;
-using flutter::EncodableMap;
-using flutter::EncodableValue;
+using namespace flutter;
 using ::testing::ElementsAre;
 
 /// One value of each alternative, in the order of the alternatives.

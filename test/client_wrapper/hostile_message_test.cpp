@@ -9,11 +9,7 @@
 namespace client_wrapper_test {
 namespace {
 
-using flutter::EncodableList;
-using flutter::EncodableMap;
-using flutter::EncodableValue;
-using flutter::StandardCodecSerializer;
-using flutter::StandardMessageCodec;
+using namespace flutter;
 
 const char kTooDeep[] =
     "Lists and maps nested more than 1000 deep in StandardCodecSerializer::ReadValueOfType; reading null "

@@ -16,6 +16,7 @@
 
 #include "flutter/encodable_value.h"
 #include "flutter/standard_message_codec.h"
+#include "test/support/log_capture.h"
 
 namespace flutter {
 
@@ -62,14 +63,9 @@ inline Bytes Prefix(const Bytes& bytes, size_t size) { return Bytes(bytes.data()
 /// What `action` writes to standard error, whole.
 template <typename Action>
 std::string StderrOf(Action action) {
-  ::testing::internal::CaptureStderr();
-  try {
-    action();
-  } catch (...) {
-    ::testing::internal::GetCapturedStderr();
-    throw;
-  }
-  return ::testing::internal::GetCapturedStderr();
+  LogCapture err(stderr);
+  action();
+  return err.Take();
 }
 
 /// Names the cases of a parameterised test by their member `name`.

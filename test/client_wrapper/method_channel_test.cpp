@@ -13,12 +13,7 @@
 namespace client_wrapper_test {
 namespace {
 
-using flutter::EncodableValue;
-using flutter::MethodCall;
-using flutter::MethodCallHandler;
-using flutter::MethodChannel;
-using flutter::MethodResult;
-using flutter::StandardMethodCodec;
+using namespace flutter;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -35,7 +30,7 @@ class MethodChannelTest : public EmbedderTest {
     };
   }
 
-  flutter::PluginRegistrar registrar_{embedder_.registrar()};
+  PluginRegistrar registrar_{embedder_.registrar()};
   MethodChannel<> channel_{registrar_.messenger(), "down", &StandardMethodCodec::GetInstance()};
   std::vector<std::string> calls_;
 };

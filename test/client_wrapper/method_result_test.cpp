@@ -14,11 +14,7 @@
 namespace client_wrapper_test {
 namespace {
 
-using flutter::BinaryReply;
-using flutter::EncodableValue;
-using flutter::EngineMethodResult;
-using flutter::MethodResult;
-using flutter::StandardMethodCodec;
+using namespace flutter;
 using flutter::internal::ReplyManager;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;

@@ -13,11 +13,7 @@
 namespace client_wrapper_test {
 namespace {
 
-using flutter::BinaryReply;
-using flutter::Plugin;
-using flutter::PluginRegistrar;
-using flutter::PluginRegistrarManager;
-using flutter::TextureVariant;
+using namespace flutter;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -48,7 +44,7 @@ TEST_F(PluginRegistrarTest, MessengerAndTexturesAreTheEmbedders) {
   const PluginRegistrar registrar(embedder_.registrar());
   embedder_.ClearCalls();
   registrar.messenger()->Send("up", nullptr, 0);
-  TextureVariant texture{flutter::PixelBufferTexture([](size_t, size_t) { return nullptr; })};
+  TextureVariant texture{PixelBufferTexture([](size_t, size_t) { return nullptr; })};
   EXPECT_EQ(registrar.texture_registrar()->RegisterTexture(&texture), 1);
   EXPECT_THAT(embedder_.call_texts(),
               ElementsAre("MessengerSend(\"up\", null)", "TextureRegistrarRegisterExternalTexture(pixel buffer) = 1"));
@@ -70,7 +66,7 @@ TEST_F(PluginRegistrarTest, PluginsLiveUntilTheyAreCleared) {
 TEST_F(PluginRegistrarTest, PluginsMayUseMessengerAndTexturesUntilTheirEnd) {
   {
     PluginRegistrar registrar(embedder_.registrar());
-    TextureVariant texture{flutter::PixelBufferTexture([](size_t, size_t) { return nullptr; })};
+    TextureVariant texture{PixelBufferTexture([](size_t, size_t) { return nullptr; })};
     const int64_t id = registrar.texture_registrar()->RegisterTexture(&texture);
     registrar.AddPlugin(PluginThat([&registrar, id] {
       registrar.messenger()->SetMessageHandler("down", nullptr);

@@ -16,12 +16,7 @@
 namespace client_wrapper_test {
 namespace {
 
-using flutter::CustomEncodableValue;
-using flutter::EncodableList;
-using flutter::EncodableMap;
-using flutter::EncodableValue;
-using flutter::StandardCodecSerializer;
-using flutter::StandardMessageCodec;
+using namespace flutter;
 
 const char kUnhandledCustomType[] =
     "Unhandled custom type in StandardCodecSerializer::WriteValue. Custom types require codec extensions.\n";
@@ -376,7 +371,7 @@ TEST(StandardCodecTest, EveryPrefixOfAMessageDecodesWithInvalidReadsAlone) {
 // ---- Streams of other makes ---------------------------------------------------------------------
 
 /// A stream that does no more than it must, and cannot tell how much is left.
-class MinimalReader : public flutter::ByteStreamReader {
+class MinimalReader : public ByteStreamReader {
  public:
   explicit MinimalReader(Bytes bytes) : bytes_(std::move(bytes)) {}
 
@@ -409,7 +404,7 @@ TEST(StandardCodecTest, SerializerIsTheSameObjectEachTime) {
 
 TEST(StandardCodecTest, MessageCodecIsTheSameObjectEachTime) {
   static_assert(!std::is_constructible_v<StandardMessageCodec, const StandardCodecSerializer*>);
-  static_assert(std::is_base_of_v<flutter::MessageCodec<EncodableValue>, StandardMessageCodec>);
+  static_assert(std::is_base_of_v<MessageCodec<EncodableValue>, StandardMessageCodec>);
   EXPECT_EQ(&StandardMessageCodec::GetInstance(), &StandardMessageCodec::GetInstance());
   EXPECT_EQ(&StandardMessageCodec::GetInstance(nullptr), &StandardMessageCodec::GetInstance());
 }
@@ -441,7 +436,7 @@ TEST(StandardCodecTest, DecodingAPointerAndASizeReadsNoFurther) {
 
 TEST(StandardCodecTest, ReadValueOfTypeReadsWhatFollowsTheTypeByte) {
   const Bytes bytes = {1, 'a'};
-  flutter::ByteBufferStreamReader reader(bytes.data(), bytes.size());
+  ByteBufferStreamReader reader(bytes.data(), bytes.size());
   EXPECT_EQ(StandardCodecSerializer::GetInstance().ReadValueOfType(7, &reader), EncodableValue("a"));
 }
 

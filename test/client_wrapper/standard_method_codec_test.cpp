@@ -11,10 +11,7 @@
 namespace client_wrapper_test {
 namespace {
 
-using flutter::EncodableList;
-using flutter::EncodableValue;
-using flutter::MethodCall;
-using flutter::StandardMethodCodec;
+using namespace flutter;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -201,13 +198,13 @@ TEST(StandardMethodCodecTest, EveryPrefixOfAnErrorEnvelopeAnswersOnceItHasACode)
 // ---- Instances ----------------------------------------------------------------------------------
 
 TEST(StandardMethodCodecTest, IsTheSameObjectEachTime) {
-  static_assert(!std::is_constructible_v<StandardMethodCodec, const flutter::StandardCodecSerializer*>);
+  static_assert(!std::is_constructible_v<StandardMethodCodec, const StandardCodecSerializer*>);
   EXPECT_EQ(&StandardMethodCodec::GetInstance(), &StandardMethodCodec::GetInstance());
 }
 
 TEST(StandardMethodCodecTest, NullSerializerMeansTheStandardOne) {
   EXPECT_EQ(&StandardMethodCodec::GetInstance(nullptr),
-            &StandardMethodCodec::GetInstance(&flutter::StandardCodecSerializer::GetInstance()));
+            &StandardMethodCodec::GetInstance(&StandardCodecSerializer::GetInstance()));
 }
 
 }  // namespace

@@ -16,12 +16,7 @@
 namespace client_wrapper_test {
 namespace {
 
-using flutter::EGLImageTexture;
-using flutter::GpuSurfaceTexture;
-using flutter::PixelBufferTexture;
-using flutter::TextureRegistrar;
-using flutter::TextureRegistrarImpl;
-using flutter::TextureVariant;
+using namespace flutter;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -131,25 +126,20 @@ TEST_F(TextureRegistrarTest, RefusalOfTheEmbedderComesBack) {
   EXPECT_EQ(textures_.RegisterTexture(&texture_), -1);
 }
 
-TEST_F(TextureRegistrarTest, NullTextureGivesMinusOneWithALineAndNoCall) {
-  int64_t id = 0;
-  EXPECT_EQ(StderrOf([&] { id = textures_.RegisterTexture(nullptr); }), kUnknownVariant);
-  EXPECT_EQ(id, -1);
-  EXPECT_THAT(embedder_.call_texts(), IsEmpty());
-}
-
 /// Throws while it becomes a texture, which leaves a variant without a kind.
 struct Spoiler {
   operator PixelBufferTexture::CopyBufferCallback() const { throw std::runtime_error("spoilt"); }
 };
 
-TEST_F(TextureRegistrarTest, VariantOfNoKindGivesMinusOneWithALineAndNoCall) {
+TEST_F(TextureRegistrarTest, TextureOfNoKindGivesMinusOneWithALineAndNoCall) {
   EXPECT_THROW(texture_.emplace<PixelBufferTexture>(Spoiler()), std::runtime_error);
   ASSERT_TRUE(texture_.valueless_by_exception());
-  int64_t id = 0;
-  EXPECT_EQ(StderrOf([&] { id = textures_.RegisterTexture(&texture_); }), kUnknownVariant);
-  EXPECT_EQ(id, -1);
-  EXPECT_THAT(embedder_.call_texts(), IsEmpty());
+  for (TextureVariant* const texture : {static_cast<TextureVariant*>(nullptr), &texture_}) {
+    int64_t id = 0;
+    EXPECT_EQ(StderrOf([&] { id = textures_.RegisterTexture(texture); }), kUnknownVariant);
+    EXPECT_EQ(id, -1);
+    EXPECT_THAT(embedder_.call_texts(), IsEmpty());
+  }
 }
 
 // ---- Frames -------------------------------------------------------------------------------------
@@ -179,18 +169,15 @@ TEST_F(TextureRegistrarTest, MarksFromAnotherThreadCount) {
 
 // ---- Unregistering ------------------------------------------------------------------------------
 
-TEST_F(TextureRegistrarTest, UnregisterAloneNamesNoCallbackAndIsTrue) {
-  const int64_t id = textures_.RegisterTexture(&texture_);
+TEST_F(TextureRegistrarTest, UnregisterAloneOrWithAnEmptyCallbackNamesNoCallback) {
+  TextureVariant other = texture_;
+  const int64_t first = textures_.RegisterTexture(&texture_);
+  const int64_t second = textures_.RegisterTexture(&other);
   embedder_.ClearCalls();
-  EXPECT_TRUE(textures_.UnregisterTexture(id));
-  EXPECT_THAT(embedder_.call_texts(), ElementsAre("TextureRegistrarUnregisterExternalTexture(1, null, null)"));
-}
-
-TEST_F(TextureRegistrarTest, UnregisterWithAnEmptyCallbackNamesNoCallback) {
-  const int64_t id = textures_.RegisterTexture(&texture_);
-  embedder_.ClearCalls();
-  textures_.UnregisterTexture(id, nullptr);
-  EXPECT_THAT(embedder_.call_texts(), ElementsAre("TextureRegistrarUnregisterExternalTexture(1, null, null)"));
+  EXPECT_TRUE(textures_.UnregisterTexture(first));
+  textures_.UnregisterTexture(second, nullptr);
+  EXPECT_THAT(embedder_.call_texts(), ElementsAre("TextureRegistrarUnregisterExternalTexture(1, null, null)",
+                                                  "TextureRegistrarUnregisterExternalTexture(2, null, null)"));
 }
 
 TEST_F(TextureRegistrarTest, UnregisterCallbackRunsOnceWhenTheEngineLetsGoAndIsDestroyed) {

@@ -177,7 +177,6 @@ class FakeEmbedder::Impl {
 
   bool Send(const char* function, const char* channel, const uint8_t* data, size_t size, bool wants_reply,
             FlutterDesktopBinaryReply reply, void* user_data) {
-    const std::lock_guard lock(mutex);
     if (!Enter(function, ChannelText(channel) + ", " + DataText(data, size), From::kPlatformThread)) return false;
     CheckChannel(function, channel);
     CheckData(function, data, size);
@@ -380,28 +379,57 @@ void FakeEmbedder::SetMarkHook(std::function<void(int64_t id)> hook) {
 
 namespace {
 
-using fakes::InsideAFake;
-using fakes::Living;
+using namespace fakes;
 using Impl = fakes::FakeEmbedder::Impl;
 
-/// The embedder whose handle this is; null, with a complaint, when none that lives has it.
-template <typename Handle>
-std::shared_ptr<Impl> OwnerOf(Handle handle, const Handle Impl::*member, const char* function) {
-  const std::lock_guard lock(Living().mutex);
-  for (const auto& embedder : Living().embedders) {
-    if ((*embedder).*member == handle) return embedder;
+/// One call of the interface, in the embedder whose handle it was given. That is locked meanwhile.
+class ApiCall {
+ public:
+  template <typename Handle>
+  ApiCall(Handle handle, const Handle Impl::*member, const char* function)
+      : function_(function), embedder_(OwnerOf(handle, member)) {
+    if (embedder_) lock_ = std::unique_lock(embedder_->mutex);
   }
-  const std::string what = "a handle that no living embedder owns";
-  if (Living().embedders.empty()) {
-    std::fputs((std::string(function) + ": " + what + '\n').c_str(), stderr);
-    std::abort();
+
+  /// False, with a complaint, when no embedder that lives has the handle.
+  explicit operator bool() const { return embedder_ != nullptr; }
+  Impl* operator->() const { return embedder_.get(); }
+  const char* function() const { return function_; }
+
+  /// See Impl; also false without an embedder.
+  bool Enter(const std::string& arguments, Impl::From from) {
+    return embedder_ && embedder_->Enter(function_, arguments, from);
   }
-  for (const auto& embedder : Living().embedders) {
-    const std::lock_guard embedder_lock(embedder->mutex);
-    embedder->Complain(function, what);
+  void Complain(const std::string& what) { embedder_->Complain(function_, what); }
+  void Unlock() { lock_.unlock(); }
+
+ private:
+  template <typename Handle>
+  std::shared_ptr<Impl> OwnerOf(Handle handle, const Handle Impl::*member) const {
+    const std::lock_guard lock(Living().mutex);
+    for (const auto& embedder : Living().embedders) {
+      if ((*embedder).*member == handle) return embedder;
+    }
+    const std::string what = "a handle that no living embedder owns";
+    if (Living().embedders.empty()) {
+      std::fputs((std::string(function_) + ": " + what + '\n').c_str(), stderr);
+      std::abort();
+    }
+    for (const auto& embedder : Living().embedders) {
+      const std::lock_guard embedder_lock(embedder->mutex);
+      embedder->Complain(function_, what);
+    }
+    return nullptr;
   }
-  return nullptr;
-}
+
+  const InsideAFake inside_;
+  const char* const function_;
+  const std::shared_ptr<Impl> embedder_;
+  std::unique_lock<std::mutex> lock_;
+};
+
+constexpr auto kPlatformThread = Impl::From::kPlatformThread;
+constexpr auto kAnyThread = Impl::From::kAnyThread;
 
 const char* TextureKind(const FlutterDesktopTextureInfo& info) {
   switch (info.type) {
@@ -426,138 +454,95 @@ bool HasCallback(const FlutterDesktopTextureInfo& info) {
 extern "C" {
 
 FlutterDesktopMessengerRef FlutterDesktopPluginRegistrarGetMessenger(FlutterDesktopPluginRegistrarRef registrar) {
-  const InsideAFake inside;
-  const char* const function = "PluginRegistrarGetMessenger";
-  const auto embedder = OwnerOf(registrar, &Impl::registrar, function);
-  if (!embedder) return nullptr;
-  const std::lock_guard lock(embedder->mutex);
-  return embedder->Enter(function, "", Impl::From::kPlatformThread) ? embedder->messenger : nullptr;
+  ApiCall call(registrar, &Impl::registrar, "PluginRegistrarGetMessenger");
+  return call.Enter("", kPlatformThread) ? call->messenger : nullptr;
 }
 
 FlutterDesktopTextureRegistrarRef FlutterDesktopRegistrarGetTextureRegistrar(
     FlutterDesktopPluginRegistrarRef registrar) {
-  const InsideAFake inside;
-  const char* const function = "RegistrarGetTextureRegistrar";
-  const auto embedder = OwnerOf(registrar, &Impl::registrar, function);
-  if (!embedder) return nullptr;
-  const std::lock_guard lock(embedder->mutex);
-  return embedder->Enter(function, "", Impl::From::kPlatformThread) ? embedder->texture_registrar : nullptr;
+  ApiCall call(registrar, &Impl::registrar, "RegistrarGetTextureRegistrar");
+  return call.Enter("", kPlatformThread) ? call->texture_registrar : nullptr;
 }
 
 void FlutterDesktopPluginRegistrarSetDestructionHandler(FlutterDesktopPluginRegistrarRef registrar,
                                                         FlutterDesktopOnPluginRegistrarDestroyed callback) {
-  const InsideAFake inside;
-  const char* const function = "PluginRegistrarSetDestructionHandler";
-  const auto embedder = OwnerOf(registrar, &Impl::registrar, function);
-  if (!embedder) return;
-  const std::lock_guard lock(embedder->mutex);
-  const std::string arguments = fakes::PointerText(callback == nullptr, "callback");
-  if (embedder->Enter(function, arguments, Impl::From::kPlatformThread)) embedder->destruction_handler = callback;
+  ApiCall call(registrar, &Impl::registrar, "PluginRegistrarSetDestructionHandler");
+  if (call.Enter(PointerText(callback == nullptr, "callback"), kPlatformThread)) call->destruction_handler = callback;
 }
 
 bool FlutterDesktopMessengerSend(FlutterDesktopMessengerRef messenger, const char* channel, const uint8_t* message,
                                  size_t message_size) {
-  const InsideAFake inside;
-  const char* const function = "MessengerSend";
-  const auto embedder = OwnerOf(messenger, &Impl::messenger, function);
-  return embedder && embedder->Send(function, channel, message, message_size, false, nullptr, nullptr);
+  ApiCall call(messenger, &Impl::messenger, "MessengerSend");
+  return call && call->Send(call.function(), channel, message, message_size, false, nullptr, nullptr);
 }
 
 bool FlutterDesktopMessengerSendWithReply(FlutterDesktopMessengerRef messenger, const char* channel,
                                           const uint8_t* message, size_t message_size, FlutterDesktopBinaryReply reply,
                                           void* user_data) {
-  const InsideAFake inside;
-  const char* const function = "MessengerSendWithReply";
-  const auto embedder = OwnerOf(messenger, &Impl::messenger, function);
-  return embedder && embedder->Send(function, channel, message, message_size, true, reply, user_data);
+  ApiCall call(messenger, &Impl::messenger, "MessengerSendWithReply");
+  return call && call->Send(call.function(), channel, message, message_size, true, reply, user_data);
 }
 
 void FlutterDesktopMessengerSendResponse(FlutterDesktopMessengerRef messenger,
                                          const FlutterDesktopMessageResponseHandle* handle, const uint8_t* data,
                                          size_t data_length) {
-  const InsideAFake inside;
-  const char* const function = "MessengerSendResponse";
-  const auto embedder = OwnerOf(messenger, &Impl::messenger, function);
-  if (!embedder) return;
-  const std::lock_guard lock(embedder->mutex);
-  const auto found = embedder->messages.find(handle);
-  const bool known = found != embedder->messages.end();
+  ApiCall call(messenger, &Impl::messenger, "MessengerSendResponse");
+  if (!call) return;
+  const auto found = call->messages.find(handle);
+  const bool known = found != call->messages.end();
   const std::string message = known ? "message " + std::to_string(found->second->number) : "unknown message";
-  const std::string arguments = message + ", " + fakes::DataText(data, data_length);
-  if (!embedder->Enter(function, arguments, Impl::From::kPlatformThread)) return;
-  embedder->CheckData(function, data, data_length);
-  if (!known) {
-    embedder->Complain(function, "unknown message");
-    return;
-  }
+  if (!call.Enter(message + ", " + DataText(data, data_length), kPlatformThread)) return;
+  call->CheckData(call.function(), data, data_length);
+  if (!known) return call.Complain("unknown message");
   const auto& state = found->second;
   const std::lock_guard state_lock(state->mutex);
-  if (state->answered) {
-    embedder->Complain(function, "second answer to " + message);
-    return;
-  }
+  if (state->answered) return call.Complain("second answer to " + message);
   state->answered = true;
-  state->bytes = fakes::CopyData(data, data_length);
+  state->bytes = CopyData(data, data_length);
 }
 
 void FlutterDesktopMessengerSetCallback(FlutterDesktopMessengerRef messenger, const char* channel,
                                         FlutterDesktopMessageCallback callback, void* user_data) {
-  const InsideAFake inside;
-  const char* const function = "MessengerSetCallback";
-  const auto embedder = OwnerOf(messenger, &Impl::messenger, function);
-  if (!embedder) return;
-  const std::lock_guard lock(embedder->mutex);
-  const std::string arguments = fakes::ChannelText(channel) + ", " +
-                                fakes::PointerText(callback == nullptr, "callback") + ", " +
-                                fakes::PointerText(user_data == nullptr, "user data");
-  if (!embedder->Enter(function, arguments, Impl::From::kPlatformThread)) return;
-  embedder->CheckChannel(function, channel);
+  ApiCall call(messenger, &Impl::messenger, "MessengerSetCallback");
+  const std::string arguments = ChannelText(channel) + ", " + PointerText(callback == nullptr, "callback") + ", " +
+                                PointerText(user_data == nullptr, "user data");
+  if (!call.Enter(arguments, kPlatformThread)) return;
+  call->CheckChannel(call.function(), channel);
   if (channel == nullptr) return;
-  embedder->callbacks.erase(channel);
-  if (callback != nullptr) embedder->callbacks[channel] = {callback, user_data};
+  call->callbacks.erase(channel);
+  if (callback != nullptr) call->callbacks[channel] = {callback, user_data};
 }
 
 int64_t FlutterDesktopTextureRegistrarRegisterExternalTexture(FlutterDesktopTextureRegistrarRef texture_registrar,
                                                               const FlutterDesktopTextureInfo* info) {
-  const InsideAFake inside;
-  const char* const function = "TextureRegistrarRegisterExternalTexture";
-  const auto embedder = OwnerOf(texture_registrar, &Impl::texture_registrar, function);
-  if (!embedder) return -1;
-  const std::lock_guard lock(embedder->mutex);
-  if (!embedder->Enter(function, info == nullptr ? "null" : TextureKind(*info), Impl::From::kAnyThread)) return -1;
+  ApiCall call(texture_registrar, &Impl::texture_registrar, "TextureRegistrarRegisterExternalTexture");
+  if (!call.Enter(info == nullptr ? "null" : TextureKind(*info), kAnyThread)) return -1;
   int64_t id = -1;
   if (info == nullptr) {
-    embedder->Complain(function, "null record");
+    call.Complain("null record");
   } else if (!HasCallback(*info)) {
-    embedder->Complain(function, "null callback");
+    call.Complain("null callback");
   } else if (info->type == kFlutterDesktopGpuSurfaceTexture &&
              info->gpu_surface_config.struct_size != sizeof(FlutterDesktopGpuSurfaceTextureConfig)) {
-    embedder->Complain(function,
-                       "a GPU surface record of " + std::to_string(info->gpu_surface_config.struct_size) + " bytes");
-  } else if (!embedder->refuse_textures) {
-    id = embedder->next_texture_id++;
-    embedder->textures[id].texture.info = *info;
+    call.Complain("a GPU surface record of " + std::to_string(info->gpu_surface_config.struct_size) + " bytes");
+  } else if (!call->refuse_textures) {
+    id = call->next_texture_id++;
+    call->textures[id].texture.info = *info;
   }
-  embedder->calls.back().text += " = " + std::to_string(id);
+  call->calls.back().text += " = " + std::to_string(id);
   return id;
 }
 
 bool FlutterDesktopTextureRegistrarMarkExternalTextureFrameAvailable(
     FlutterDesktopTextureRegistrarRef texture_registrar, int64_t texture_id) {
-  const InsideAFake inside;
-  const char* const function = "TextureRegistrarMarkExternalTextureFrameAvailable";
-  const auto embedder = OwnerOf(texture_registrar, &Impl::texture_registrar, function);
-  if (!embedder) return false;
-  std::function<void(int64_t)> hook;
-  {
-    const std::lock_guard lock(embedder->mutex);
-    if (!embedder->Enter(function, std::to_string(texture_id), Impl::From::kAnyThread)) return false;
-    Impl::TextureRecord* const record = embedder->RegisteredTexture(function, texture_id);
-    if (record == nullptr) return false;
-    ++record->texture.marks;
-    embedder->marked.notify_all();
-    hook = embedder->mark_hook;
-  }
+  ApiCall call(texture_registrar, &Impl::texture_registrar, "TextureRegistrarMarkExternalTextureFrameAvailable");
+  if (!call.Enter(std::to_string(texture_id), kAnyThread)) return false;
+  Impl::TextureRecord* const record = call->RegisteredTexture(call.function(), texture_id);
+  if (record == nullptr) return false;
+  ++record->texture.marks;
+  call->marked.notify_all();
+  const std::function<void(int64_t)> hook = call->mark_hook;
+  call.Unlock();
   if (hook) hook(texture_id);
   return true;
 }
@@ -565,16 +550,11 @@ bool FlutterDesktopTextureRegistrarMarkExternalTextureFrameAvailable(
 void FlutterDesktopTextureRegistrarUnregisterExternalTexture(FlutterDesktopTextureRegistrarRef texture_registrar,
                                                              int64_t texture_id, void (*callback)(void* user_data),
                                                              void* user_data) {
-  const InsideAFake inside;
-  const char* const function = "TextureRegistrarUnregisterExternalTexture";
-  const auto embedder = OwnerOf(texture_registrar, &Impl::texture_registrar, function);
-  if (!embedder) return;
-  const std::lock_guard lock(embedder->mutex);
-  const std::string arguments = std::to_string(texture_id) + ", " +
-                                fakes::PointerText(callback == nullptr, "callback") + ", " +
-                                fakes::PointerText(user_data == nullptr, "user data");
-  if (!embedder->Enter(function, arguments, Impl::From::kAnyThread)) return;
-  Impl::TextureRecord* const record = embedder->RegisteredTexture(function, texture_id);
+  ApiCall call(texture_registrar, &Impl::texture_registrar, "TextureRegistrarUnregisterExternalTexture");
+  const std::string arguments = std::to_string(texture_id) + ", " + PointerText(callback == nullptr, "callback") +
+                                ", " + PointerText(user_data == nullptr, "user data");
+  if (!call.Enter(arguments, kAnyThread)) return;
+  Impl::TextureRecord* const record = call->RegisteredTexture(call.function(), texture_id);
   if (record == nullptr) return;
   record->texture.registered = false;
   record->let_go_callback = callback;

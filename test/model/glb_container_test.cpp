@@ -16,19 +16,8 @@
 #include "test/support/log_capture.h"
 #include "test/support/read_fault.h"
 
-using glb_builder::Bytes;
-using glb_builder::Floats;
-using glb_builder::Glb;
-using glb_builder::kTrianglePositions;
-using glb_builder::Mesh;
-using glb_builder::Triangle;
-using glb_builder::Ushorts;
-using model_test::kTriangleLog;
-using model_test::Load;
-using model_test::Loaded;
-using model_test::LoadPath;
-using model_test::OpenHook;
-using model_test::PreviousModel;
+using namespace glb_builder;
+using namespace model_test;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 

@@ -18,14 +18,8 @@
 
 extern char** environ;  // NOLINT: as POSIX has it
 
-using glb_builder::Bytes;
-using glb_builder::Floats;
-using glb_builder::Glb;
-using glb_builder::Mesh;
-using glb_builder::Triangle;
-using model_test::Load;
-using model_test::Loaded;
-using model_test::MeshLine;
+using namespace glb_builder;
+using namespace model_test;
 using ::testing::ElementsAre;
 
 namespace {

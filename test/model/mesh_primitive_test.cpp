@@ -12,17 +12,7 @@
 #include "model/glb_container.h"
 #include "test/model/mesh_primitive_fixture.h"
 
-using glb_builder::Accessor;
-using glb_builder::Bytes;
-using glb_builder::BytesOf;
-using glb_builder::Floats;
-using glb_builder::Glb;
-using glb_builder::kTrianglePositions;
-using glb_builder::Mesh;
-using glb_builder::Triangle;
-using glb_builder::Ubytes;
-using glb_builder::Uints;
-using glb_builder::Ushorts;
+using namespace glb_builder;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -124,7 +114,6 @@ TEST_F(MeshPrimitiveTest, WhatIsNotLookedAtMakesNoDifference) {
       {"a mode that is a text", turned().PrimitiveField("mode", "\"x\"")},
       {"a broken second primitive", turned().SecondPrimitive(R"({"attributes":{"POSITION":-},"indices":--})")},
       {"attributes of morph targets", turned().PrimitiveField("targets", R"([{"POSITION":7,"NORMAL":7}])")},
-      {"a minus sign before an attribute's number", turned().Attribute("POSITION", "-0")},
       {"the view's buffer", turned(positions().ViewField("buffer", "7"))},
       {"the view's target", turned(positions().ViewField("target", "--"))},
       {"whether numbers are normalized", turned(positions().Field("normalized", "--"))},
@@ -155,6 +144,13 @@ TEST_F(MeshPrimitiveTest, AValueThatReadsLikeAKeyIsTakenForTheKey) {
                          .Add(Triangle().PrimitiveField("name", "\"indices\"").PrimitiveField("mode", "3"))
                          .Add(Mesh(Floats(kTrianglePositions)).Indices(Ushorts({2, 1, 0})))));
   EXPECT_THAT(mesh_.indices, ElementsAre(2, 1, 0));
+}
+
+TEST_F(MeshPrimitiveTest, AMinusSignInAnAttributesNumberIsNoPartOfIt) {
+  ExpectDecoded(Mesh(Floats({7, 7, 7})).Normals(Floats(kTrianglePositions)).Attribute("POSITION", "-1"));
+  EXPECT_EQ(mesh_.positions, kTrianglePositions);
+  ExpectDecoded(Triangle().Normals(Floats(Repeat(3, {5, 5, 5}))).Attribute("NORMAL", "-1"));
+  EXPECT_EQ(mesh_.normals, Repeat(3, {5, 5, 5}));
 }
 
 TEST_F(MeshPrimitiveTest, NegativeIndicesAndMaterialMeanNone) {

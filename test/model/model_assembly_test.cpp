@@ -11,19 +11,8 @@
 #include "test/model/throws_as.h"
 #include "test/support/files.h"
 
-using glb_builder::Floats;
-using glb_builder::Glb;
-using glb_builder::kTrianglePositions;
-using glb_builder::Mesh;
-using glb_builder::Triangle;
-using glb_builder::Ubytes;
-using glb_builder::Ushorts;
-using model_test::kTriangleLog;
-using model_test::Load;
-using model_test::Loaded;
-using model_test::LoadPath;
-using model_test::MeshLine;
-using model_test::PreviousModel;
+using namespace glb_builder;
+using namespace model_test;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -36,7 +25,7 @@ Mesh BadMesh() { return Mesh(Floats(kTrianglePositions).Field("type", "\"VEC2\""
 Glb WithMeshes(const std::string& meshes_field) {
   return Glb()
       .Json("{" + meshes_field + R"(,"accessors":[{"bufferView":0,"componentType":5126,"count":3,"type":"VEC3"}]})")
-      .Bin(glb_builder::BytesOf(kTrianglePositions));
+      .Bin(BytesOf(kTrianglePositions));
 }
 
 // ---- The types --------------------------------------------------------------------------------------------

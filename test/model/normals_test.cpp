@@ -11,12 +11,7 @@
 
 #include "test/model/mesh_primitive_fixture.h"
 
-using glb_builder::Floats;
-using glb_builder::kTrianglePositions;
-using glb_builder::Mesh;
-using glb_builder::Triangle;
-using glb_builder::Uints;
-using glb_builder::Ushorts;
+using namespace glb_builder;
 using ::testing::ElementsAre;
 
 namespace glb {

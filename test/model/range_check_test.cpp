@@ -13,20 +13,8 @@
 #include "test/support/files.h"
 #include "test/support/operator_new.h"
 
-using glb_builder::Accessor;
-using glb_builder::Bytes;
-using glb_builder::Floats;
-using glb_builder::Glb;
-using glb_builder::kTrianglePositions;
-using glb_builder::Mesh;
-using glb_builder::Triangle;
-using glb_builder::Ubytes;
-using glb_builder::Uints;
-using glb_builder::Ushorts;
-using model_test::kTriangleLog;
-using model_test::Load;
-using model_test::Loaded;
-using model_test::MeshLine;
+using namespace glb_builder;
+using namespace model_test;
 using ::testing::ElementsAre;
 
 namespace {
@@ -247,7 +235,7 @@ TEST(RangeCheckTest, EnormousNumbersNeitherWrapNorAllocate) {
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.name);
     const std::string path = folder.Write("model.glb", Glb().Add(row.mesh));
-    EXPECT_EQ(model_test::LoadPath(path).log, "Found 1 meshes\nFailed to load mesh 0: " + row.message + "\n");
+    EXPECT_EQ(LoadPath(path).log, "Found 1 meshes\nFailed to load mesh 0: " + row.message + "\n");
     EXPECT_LT(PeakWhileLoading(path), kLittle);
   }
 }
@@ -273,7 +261,7 @@ TEST(RangeCheckTest, OverlappingElementsTakeNoMoreThanASmallMultipleOfTheFile) {
                              .ViewField("byteStride", "1"));
   const TemporaryFolder folder;
   const std::string path = folder.Write("model.glb", Glb().Add(mesh));
-  const Loaded loaded = model_test::LoadPath(path);
+  const Loaded loaded = LoadPath(path);
   EXPECT_EQ(loaded.log, "Found 1 meshes\n" + MeshLine(0, kSize - 11, 0));
   EXPECT_LT(PeakWhileLoading(path), 56 * kSize);
 }
