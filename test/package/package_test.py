@@ -18,6 +18,7 @@ FILES = {
     "lib/liborbisk_plugin.so",
     "share/doc/liborbisk-plugin/README.md",
     "share/doc/liborbisk-plugin/copyright",
+    "share/doc/liborbisk-plugin/docs/architecture.md",
     "share/doc/liborbisk-plugin/docs/building.md",
     "share/doc/liborbisk-plugin/docs/channel.md",
     "share/doc/liborbisk-plugin/docs/contact_sheet.png",
