@@ -106,6 +106,8 @@ make_bare_system() {
     [ -z "$security" ] || echo "deb $security bookworm-security main"
   } >"$work/bare/etc/apt/sources.list"
   cp --dereference /etc/resolv.conf /etc/hosts "$work/bare/etc/"
+  # For npm, where this machine reaches the registry through somebody who signs for it.
+  [ ! -r "${NODE_EXTRA_CA_CERTS:-}" ] || cp --dereference "$NODE_EXTRA_CA_CERTS" "$work/bare/etc/machine_ca.crt"
 }
 
 # The board's file system that the recipe `sysroot` names by way of example, with Debian's development files.
@@ -126,6 +128,7 @@ enter='
   mount -t tmpfs -o mode=1777 tmpfs "$1/dev/shm"
   mount -t devpts -o newinstance,ptmxmode=0666 devpts "$1/dev/pts"
   exec chroot "$1" env --ignore-environment HOME=/root TERM="${TERM:-dumb}" ${http_proxy:+http_proxy="$http_proxy"} \
+    ${NODE_EXTRA_CA_CERTS:+NODE_EXTRA_CA_CERTS=/etc/machine_ca.crt} \
     PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin \
     bash -c "cd ~/orbisk && exec bash -ex ../recipe.sh"'
 
