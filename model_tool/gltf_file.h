@@ -1,12 +1,12 @@
 #ifndef MODEL_TOOL_GLTF_FILE_H_
 #define MODEL_TOOL_GLTF_FILE_H_
 
-#include <tiny_gltf.h>
-
 #include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
+
+#include "model_tool/tinygltf.h"
 
 namespace model_tool {
 

@@ -15,7 +15,8 @@ double Number(const tinygltf::Value& value, double otherwise) {
 
 double Element(const tinygltf::Value& object, const char* key, size_t index, double otherwise) {
   const tinygltf::Value& array = object.Get(key);
-  return array.IsArray() && index < array.ArrayLen() ? Number(array.Get(static_cast<int>(index)), otherwise) : otherwise;
+  return array.IsArray() && index < array.ArrayLen() ? Number(array.Get(static_cast<int>(index)), otherwise)
+                                                     : otherwise;
 }
 
 Material::Alpha AlphaMode(const std::string& name) {

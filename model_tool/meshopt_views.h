@@ -1,11 +1,11 @@
 #ifndef MODEL_TOOL_MESHOPT_VIEWS_H_
 #define MODEL_TOOL_MESHOPT_VIEWS_H_
 
-#include <tiny_gltf.h>
-
 #include <cstdint>
 #include <map>
 #include <vector>
+
+#include "model_tool/tinygltf.h"
 
 namespace model_tool {
 

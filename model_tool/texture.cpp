@@ -1,12 +1,11 @@
 #include "model_tool/texture.h"
 
-#include <tiny_gltf.h>
-
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
 
 #include "model_tool/files.h"
+#include "model_tool/tinygltf.h"
 #include "model_tool/tool_error.h"
 
 namespace model_tool {

@@ -30,7 +30,7 @@ build_packages=(
   fontconfig fonts-dejavu-core                                  # the writing under the host's pictures
 )
 model_tool_packages=(
-  libtinygltf-dev nlohmann-json3-dev                            # glTF, its buffers and pictures
+  libtinygltf-dev nlohmann-json3-dev libstb-dev                 # glTF, its buffers and pictures
   libdraco-dev libmeshoptimizer-dev                             # compressed data; welding and simplifying
 )
 test_packages=(
