@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "model_tool/files.h"
+#include "model_tool/glb_writer.h"
 #include "model_tool/meshopt_views.h"
 #include "model_tool/tool_error.h"
 
@@ -166,9 +167,9 @@ GltfFile ReadGltfFile(const std::string& path) {
   if (!document.is_object()) throw ToolError("its JSON is no object");
 
   GltfFile file;
+  file.json = container.json;
   file.folder = std::filesystem::path(path).parent_path().string();
-  std::vector<uint64_t> bin_lengths;
-  std::vector<BufferKind> kinds = TakeApart(document, file);
+  const std::vector<BufferKind> kinds = TakeApart(document, file);
   if (std::count(kinds.begin(), kinds.end(), BufferKind::kBin) != 0) {
     const Json& length = document["buffers"][0]["byteLength"];
     if (!length.is_number_unsigned()) throw ToolError("buffers[0] has no byteLength");
@@ -192,12 +193,15 @@ GltfFile ReadGltfFile(const std::string& path) {
   }
   for (size_t i = 0; i < kinds.size(); ++i) {
     std::vector<unsigned char>& data = file.model.buffers[i].data;
+    file.named_buffers.push_back(kinds[i] == BufferKind::kNamed);
     if (kinds[i] == BufferKind::kBin) data.assign(container.bin->begin(), container.bin->end());
     if (kinds[i] == BufferKind::kUnused) data.clear();
   }
   file.decoded_views = DecodeMeshoptViews(file.model);
   return file;
 }
+
+bool IsPrepared(const GltfFile& file) { return file.model.asset.generator.rfind(kGenerator, 0) == 0; }
 
 ByteRange ViewBytes(const GltfFile& file, int view) {
   const std::string name = "bufferViews[" + std::to_string(view) + "]";

@@ -18,6 +18,7 @@ struct ByteRange {
 
 /// A glTF file in memory: its description, its buffers, its compressed views decoded, its pictures still encoded.
 struct GltfFile {
+  std::string json;       // its text, as it stands in the file
   tinygltf::Model model;  // without its images and animations
 
   struct Image {
@@ -25,6 +26,7 @@ struct GltfFile {
     std::string uri;  // or beside the file, or in this text
   };
   std::vector<Image> images;
+  std::vector<bool> named_buffers;                    // those beside the file or in its text
   std::map<int, std::vector<uint8_t>> decoded_views;  // by number
   std::string folder;                                 // where other files that it names are looked for
 };
@@ -33,6 +35,9 @@ struct GltfFile {
 ///
 /// Failure  ToolError.
 GltfFile ReadGltfFile(const std::string& path);
+
+/// Whether the file was written by this program: its colours are what the screen is given, others' are light.
+bool IsPrepared(const GltfFile& file);
 
 /// The bytes of a view, wherever they came from.
 ///

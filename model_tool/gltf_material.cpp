@@ -85,6 +85,7 @@ Material GltfMaterials::Read(int index) {
   const std::vector<double>& factor = pbr.baseColorFactor;
   if (factor.size() >= 4) {
     material.factor = {factor[0], factor[1], factor[2]};
+    if (IsPrepared(file_)) material.factor = {DecodeSrgb(factor[0]), DecodeSrgb(factor[1]), DecodeSrgb(factor[2])};
     material.alpha = factor[3];
   }
   if (pbr.baseColorTexture.index >= 0) {

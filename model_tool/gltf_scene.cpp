@@ -57,8 +57,7 @@ std::string NameOf(const GltfFile& file, const PlacedMesh& placed) {
 
 }  // namespace
 
-Scene ReadGltfScene(const std::string& path, std::optional<int> number) {
-  const GltfFile file = ReadGltfFile(path);
+Scene ReadGltfScene(const GltfFile& file, std::optional<int> number) {
   const std::vector<Transform> world = WorldTransforms(file);
   GltfMaterials materials(file);
   Scene scene;

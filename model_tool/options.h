@@ -3,15 +3,15 @@
 
 #include <stdexcept>
 #include <string>
+#include <variant>
 
+#include "model_tool/check.h"
 #include "model_tool/prepare.h"
 
 namespace model_tool {
 
 /// What the command line asks for.
-struct Options {
-  PrepareOptions prepare;
-};
+using Options = std::variant<CheckOptions, PrepareOptions>;
 
 /// A command line that runs nothing: it asked for help, or it is wrong.
 class OptionsExit : public std::runtime_error {

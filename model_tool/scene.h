@@ -36,6 +36,16 @@ struct Triangle {
   Color color;                   // linear light
 };
 
+/// Whether it is more than a line, as rounded to what is written: two corners may have become one.
+inline bool HasArea(const Triangle& triangle) {
+  const Vec3 a = ToVec3(triangle.positions[0]);
+  const Vec3 ab = ToVec3(triangle.positions[1]) - a;
+  const Vec3 ac = ToVec3(triangle.positions[2]) - a;
+  const double area = Length(Cross(ab, ac));
+  constexpr double kSliver = 1e-9;  // of the square of its sides: rounding alone makes as much
+  return std::isfinite(area) && area > kSliver * (Dot(ab, ab) + Dot(ac, ac));
+}
+
 /// What stands together in the file: one primitive in one place. Surfaces are smoothed within a part.
 struct Part {
   std::string name;

@@ -10,7 +10,7 @@ namespace model_tool {
 Scene ReadScene(const std::string& path, std::optional<int> number) {
   Scene scene;
   try {
-    scene = ReadGltfScene(path, number);
+    scene = ReadGltfScene(ReadGltfFile(path), number);
   } catch (const std::bad_alloc&) {
     throw ToolError("it needs more memory than there is");
   } catch (const std::length_error&) {

@@ -56,16 +56,6 @@ class TriangleSink {
   }
 
  private:
-  // As it will be written: two corners may become one when they are rounded.
-  static bool HasArea(const Triangle& triangle) {
-    const Vec3 a = ToVec3(triangle.positions[0]);
-    const Vec3 ab = ToVec3(triangle.positions[1]) - a;
-    const Vec3 ac = ToVec3(triangle.positions[2]) - a;
-    const double area = Length(Cross(ab, ac));
-    constexpr double kSliver = 1e-9;  // of the square of its sides: rounding alone makes as much
-    return std::isfinite(area) && area > kSliver * (Dot(ab, ab) + Dot(ac, ac));
-  }
-
   Scene& scene_;
 };
 

@@ -10,7 +10,7 @@
 namespace model_tool_test {
 namespace {
 
-class PrepareProgram : public ProgramTest {
+class ModelProgram : public ProgramTest {
  protected:
   std::string WriteTetrahedron() {
     Gltf gltf;
@@ -19,7 +19,7 @@ class PrepareProgram : public ProgramTest {
   }
 };
 
-TEST_F(PrepareProgram, SampleDeviceIsPrepared) {
+TEST_F(ModelProgram, SampleDeviceIsPrepared) {
   const ProgramResult result = Prepare(ORBISK_ASSETS "/device.glb");
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.err, "");
@@ -28,11 +28,11 @@ TEST_F(PrepareProgram, SampleDeviceIsPrepared) {
   EXPECT_EQ(model.meshes.size(), 12u);  // two of the fourteen have another one's colour
 }
 
-TEST_F(PrepareProgram, SaysWhatItWrote) {
+TEST_F(ModelProgram, SaysWhatItWrote) {
   EXPECT_EQ(Prepare(WriteTetrahedron()).out, Out() + ": 12 vertices, 4 triangles, 1 colour\n");
 }
 
-TEST_F(PrepareProgram, NeverOverwritesItsInput) {
+TEST_F(ModelProgram, NeverOverwritesItsInput) {
   const std::string path = WriteTetrahedron();
   const std::string before = ReadFile(path);
   const std::string link = folder_.PathOf("link.glb");
@@ -45,19 +45,30 @@ TEST_F(PrepareProgram, NeverOverwritesItsInput) {
   EXPECT_EQ(ReadFile(path), before);
 }
 
-TEST_F(PrepareProgram, OlderFileStaysWhereTheNewOneCannotBeMade) {
+TEST_F(ModelProgram, OlderFileStaysWhereTheNewOneCannotBeMade) {
   folder_.Write("kept.glb", "older");
   EXPECT_EQ(Run({"prepare", folder_.Write("in.glb", "nonsense"), folder_.PathOf("kept.glb")}).status, 3);
   EXPECT_EQ(ReadFile(folder_.PathOf("kept.glb")), "older");
 }
 
 // As on a full disk: what can be written ends after some blocks.
-TEST_F(PrepareProgram, FileThatCannotBeWrittenWholeIsNotThere) {
+TEST_F(ModelProgram, FileThatCannotBeWrittenWholeIsNotThere) {
   const ProgramResult result = Prepare(ORBISK_ASSETS "/device.glb", "trap '' XFSZ; ulimit -f 8;");
   ExpectRefused(result, "cannot write " + Out() + ": File too large");
 }
 
-TEST_F(PrepareProgram, WrongCommandLineIsOneLine) {
+TEST_F(ModelProgram, CheckAnswersWithItsExitStatus) {
+  EXPECT_EQ(Run({"check", ORBISK_ASSETS "/device.glb"}).status, 1);  // its colours are light
+  ASSERT_EQ(Prepare(ORBISK_ASSETS "/device.glb").status, 0);
+  const ProgramResult right = Run({"check", Out()});
+  EXPECT_EQ(right.status, 0);
+  EXPECT_EQ(right.out.rfind(Out() + " looks right\n", 0), 0u);
+  const ProgramResult unreadable = Run({"check", folder_.Write("in.glb", "nonsense"), "--json"});
+  EXPECT_EQ(unreadable.status, 3);
+  EXPECT_EQ(Json::parse(unreadable.out)["status"], 3);
+}
+
+TEST_F(ModelProgram, WrongCommandLineIsOneLine) {
   const std::vector<std::pair<std::vector<std::string>, std::string>> wrong = {
       {{}, "A subcommand is required"},
       {{"prepare"}, "IN is required"},
@@ -72,7 +83,7 @@ TEST_F(PrepareProgram, WrongCommandLineIsOneLine) {
   }
 }
 
-TEST_F(PrepareProgram, HelpIsOnStandardOutput) {
+TEST_F(ModelProgram, HelpIsOnStandardOutput) {
   const ProgramResult result = Run({"--help"});
   EXPECT_EQ(result.status, 0);
   EXPECT_NE(result.out.find("prepare"), std::string::npos);

@@ -4,7 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
+
+#include "model_tool/check.h"
 
 namespace model_tool_test {
 
@@ -111,6 +112,10 @@ GLBModel PreparedFiles::PrepareFile(const std::string& path) {
   std::string log;
   EXPECT_TRUE(load_glb_model(Out(), model, &log)) << log;
   EXPECT_EQ(log.find("fail"), std::string::npos) << log;
+  model_tool::CheckOptions check;
+  check.file = Out();
+  const model_tool::CheckReport report = model_tool::Check(check);
+  EXPECT_EQ(report.verdict, model_tool::CheckReport::Verdict::kRight) << ReportText(check, report);
   return model;
 }
 

@@ -48,7 +48,7 @@ class PreparedFiles {
   TemporaryFolder folder;
   model_tool::PrepareOptions options;
 
-  /// Prepares a file and loads what came out.
+  /// Prepares a file and loads what came out, which `check` has to find right.
   GLBModel Prepare(const Gltf& gltf) { return PrepareFile(folder.Write("in.glb", gltf.Glb())); }
   GLBModel PrepareFile(const std::string& path);
 
