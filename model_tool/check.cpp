@@ -180,7 +180,7 @@ CheckReport CheckGlb(const CheckOptions& options) {
 CheckReport Check(const CheckOptions& options) {
   CheckReport report;
   try {
-    if (ReadWholeFile(options.file).rfind("glTF", 0) == 0) return CheckGlb(options);
+    if (ReadBeginning(options.file, 4) == "glTF") return CheckGlb(options);
     report.meant_triangles = ReadScene(options.file, std::nullopt).triangle_count;
     report.verdict = Verdict::kRefused;
     report.findings.push_back({Severity::kRefused, "refused", 1, "the plug-in reads binary glTF files (.glb) only"});

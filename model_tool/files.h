@@ -1,6 +1,7 @@
 #ifndef MODEL_TOOL_FILES_H_
 #define MODEL_TOOL_FILES_H_
 
+#include <cstddef>
 #include <string>
 
 namespace model_tool {
@@ -9,6 +10,9 @@ namespace model_tool {
 ///
 /// Failure  ToolError.
 std::string ReadWholeFile(const std::string& path);
+
+/// Its first bytes, `most` at most; otherwise as ReadWholeFile.
+std::string ReadBeginning(const std::string& path, size_t most);
 
 }  // namespace model_tool
 

@@ -150,6 +150,20 @@ std::vector<BufferKind> TakeApart(Json& document, GltfFile& file) {
   return kinds;
 }
 
+// How the library gets at files beside this one: never at pipes, which it would wait for.
+tinygltf::FsCallbacks Files() {
+  const auto exists = [](const std::string& path, void*) {
+    std::error_code ignored;
+    return std::filesystem::exists(path, ignored);
+  };
+  const auto read = [](std::vector<unsigned char>* bytes, std::string*, const std::string& path, void*) {
+    const std::string content = ReadWholeFile(path);
+    bytes->assign(content.begin(), content.end());
+    return true;
+  };
+  return {exists, &tinygltf::ExpandFilePath, read, &tinygltf::WriteWholeFile, nullptr};
+}
+
 // The library's messages run over several lines.
 std::string OneLine(std::string text) {
   while (!text.empty() && text.back() == '\n') text.pop_back();
@@ -185,6 +199,7 @@ GltfFile ReadGltfFile(const std::string& path) {
   document = nullptr;
   if (text.size() > 0x7FFFFFFF) throw ToolError("its JSON has more than 2 GiB");
   tinygltf::TinyGLTF library;
+  library.SetFsCallbacks(Files());
   std::string error;
   std::string ignored;
   if (!library.LoadASCIIFromString(&file.model, &error, &ignored, text.data(), static_cast<unsigned int>(text.size()),

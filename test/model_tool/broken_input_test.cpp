@@ -32,10 +32,10 @@ TEST_F(BrokenInput, GoodFileIsNoneOfThem) { EXPECT_EQ(Prepare(folder_.Write("in.
 TEST_F(BrokenInput, MissingFile) { ProgramTest::ExpectRefused(Prepare(folder_.PathOf("none.glb")), "No such file"); }
 
 TEST_F(BrokenInput, FolderAndPipe) {
-  ProgramTest::ExpectRefused(Prepare(folder_.path()), "it is a folder");
+  ProgramTest::ExpectRefused(Prepare(folder_.path()), "is a folder");
   const std::string pipe = folder_.PathOf("pipe.glb");
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-  ProgramTest::ExpectRefused(Prepare(pipe), "it is a pipe");
+  ProgramTest::ExpectRefused(Prepare(pipe), "is a pipe");
 }
 
 TEST_F(BrokenInput, EmptyFileAndNonsense) {
@@ -151,6 +151,12 @@ TEST_F(BrokenInput, IndexThatNamesNoVertex) {
 TEST_F(BrokenInput, MissingBufferBeside) {
   const Gltf gltf = Good();
   ProgramTest::ExpectRefused(Prepare(folder_.Write("in.gltf", gltf.Text("none.bin"))), "none.bin");
+}
+
+TEST_F(BrokenInput, BufferBesideThatIsAPipe) {
+  ASSERT_EQ(mkfifo(folder_.PathOf("pipe.bin").c_str(), 0600), 0);
+  const Gltf gltf = Good();
+  ProgramTest::ExpectRefused(Prepare(folder_.Write("in.gltf", gltf.Text("pipe.bin"))), "pipe.bin is a pipe");
 }
 
 TEST_F(BrokenInput, BufferBesideThatIsTooShort) {

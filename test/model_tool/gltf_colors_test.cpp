@@ -1,28 +1,12 @@
 // Which flat colour each triangle gets.
 
 #include <gtest/gtest.h>
-#include <png.h>
 
+#include "test/model_tool/png.h"
 #include "test/model_tool/reference.h"
 
 namespace model_tool_test {
 namespace {
-
-using Rgba = std::array<uint8_t, 4>;
-
-Bytes Png(uint32_t width, uint32_t height, const std::vector<Rgba>& pixels) {
-  png_image image = {};
-  image.version = PNG_IMAGE_VERSION;
-  image.width = width;
-  image.height = height;
-  image.format = PNG_FORMAT_RGBA;
-  png_alloc_size_t size = 0;
-  EXPECT_TRUE(png_image_write_get_memory_size(image, size, 0, pixels.data(), 0, nullptr));
-  Bytes bytes(size);
-  EXPECT_TRUE(png_image_write_to_memory(&image, bytes.data(), &size, 0, pixels.data(), 0, nullptr));
-  bytes.resize(size);
-  return bytes;
-}
 
 Place DisplayOf(const Rgba& pixel) { return {pixel[0] / 255.0, pixel[1] / 255.0, pixel[2] / 255.0}; }
 
