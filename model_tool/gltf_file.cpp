@@ -123,11 +123,18 @@ int Integer(const Json& object, const char* key) {
                                                                                                     : -1;
 }
 
-// What a buffer of this one's own stands for.
-enum class BufferKind { kNamed, kBin, kUnused };
+// Where a buffer's data is: in its own text, in a file beside, in the BIN chunk, or nowhere.
+enum class Source { kText, kFile, kBin, kNone };
 
-// Takes out of the document what is read here, because the library would read it without looking whether it is there.
-std::vector<BufferKind> TakeApart(Json& document, GltfFile& file) {
+struct BufferSource {
+  Source source;
+  std::string uri;
+  uint64_t length;
+};
+
+// Takes out of the document what is read here: the library would read views without looking whether they are there, wait
+// for pipes, and want files to have just so many bytes.
+std::vector<BufferSource> TakeApart(Json& document, GltfFile& file) {
   ForEach(document, "images", [&](const Json& image, size_t) {
     file.images.push_back({Integer(image, "bufferView"), Text(image, "uri")});
   });
@@ -138,30 +145,49 @@ std::vector<BufferKind> TakeApart(Json& document, GltfFile& file) {
       if (HasExtension(primitive, "KHR_draco_mesh_compression")) primitive.erase("indices");
     });
   });
-  std::vector<BufferKind> kinds;
+  std::vector<BufferSource> sources;
   ForEach(document, "buffers", [&](Json& buffer, size_t index) {
-    if (!Text(buffer, "uri").empty()) return kinds.push_back(BufferKind::kNamed);
+    const Json& length = buffer["byteLength"];
+    if (!length.is_number_unsigned()) throw ToolError("buffers[" + std::to_string(index) + "] has no byteLength");
+    BufferSource source = {Source::kText, Text(buffer, "uri"), length.get<uint64_t>()};
     // A place for decompressed data has no data of its own.
     const bool bin = index == 0 && !HasExtension(buffer, "EXT_meshopt_compression");
-    kinds.push_back(bin ? BufferKind::kBin : BufferKind::kUnused);
-    buffer["uri"] = "data:application/octet-stream;base64,AA==";
-    if (!bin) buffer["byteLength"] = 1;
+    if (source.uri.empty()) source.source = bin ? Source::kBin : Source::kNone;
+    if (!source.uri.empty() && source.uri.compare(0, 5, "data:") != 0) source.source = Source::kFile;
+    if (source.source != Source::kText) {
+      buffer["uri"] = "data:application/octet-stream;base64,AA==";
+      buffer["byteLength"] = 1;
+    }
+    sources.push_back(std::move(source));
   });
-  return kinds;
+  return sources;
 }
 
-// How the library gets at files beside this one: never at pipes, which it would wait for.
-tinygltf::FsCallbacks Files() {
-  const auto exists = [](const std::string& path, void*) {
-    std::error_code ignored;
-    return std::filesystem::exists(path, ignored);
-  };
-  const auto read = [](std::vector<unsigned char>* bytes, std::string*, const std::string& path, void*) {
-    const std::string content = ReadWholeFile(path);
-    bytes->assign(content.begin(), content.end());
-    return true;
-  };
-  return {exists, &tinygltf::ExpandFilePath, read, &tinygltf::WriteWholeFile, nullptr};
+// Puts in its place what the library was not given.
+void Fill(const GltfFile& file, const BufferSource& source, const std::optional<std::string_view>& bin,
+          std::vector<unsigned char>& data) {
+  if (source.source == Source::kText) return;
+  data.clear();
+  if (source.source == Source::kNone) return;
+  std::string content;
+  if (source.source == Source::kFile) content = ReadFileBeside(file, source.uri);
+  const std::string_view bytes = source.source == Source::kFile ? content : bin.value_or(std::string_view());
+  if (source.length > bytes.size()) {
+    throw ToolError((source.source == Source::kFile ? source.uri : "its BIN chunk") + " has " +
+                    std::to_string(bytes.size()) + " bytes of " + std::to_string(source.length));
+  }
+  data.assign(bytes.begin(), bytes.end());
+}
+
+std::string WithoutEscapes(const std::string& uri) {
+  std::string path;
+  for (size_t i = 0; i < uri.size(); ++i) {
+    const std::string digits = uri[i] == '%' ? uri.substr(i + 1, 2) : "";
+    const bool escape = digits.size() == 2 && digits.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+    path += escape ? static_cast<char>(std::stoi(digits, nullptr, 16)) : uri[i];
+    if (escape) i += 2;
+  }
+  return path;
 }
 
 // The library's messages run over several lines.
@@ -183,37 +209,27 @@ GltfFile ReadGltfFile(const std::string& path) {
   GltfFile file;
   file.json = container.json;
   file.folder = std::filesystem::path(path).parent_path().string();
-  const std::vector<BufferKind> kinds = TakeApart(document, file);
-  if (std::count(kinds.begin(), kinds.end(), BufferKind::kBin) != 0) {
-    const Json& length = document["buffers"][0]["byteLength"];
-    if (!length.is_number_unsigned()) throw ToolError("buffers[0] has no byteLength");
-    const uint64_t bin_size = container.bin ? container.bin->size() : 0;
-    if (length.get<uint64_t>() > bin_size) {
-      throw ToolError("its BIN chunk has " + std::to_string(bin_size) + " bytes of " +
-                      std::to_string(length.get<uint64_t>()));
-    }
-    document["buffers"][0]["byteLength"] = 1;
-  }
-
+  const std::vector<BufferSource> sources = TakeApart(document, file);
   const std::string text = document.dump(-1, ' ', false, Json::error_handler_t::replace);
   document = nullptr;
   if (text.size() > 0x7FFFFFFF) throw ToolError("its JSON has more than 2 GiB");
   tinygltf::TinyGLTF library;
-  library.SetFsCallbacks(Files());
   std::string error;
   std::string ignored;
   if (!library.LoadASCIIFromString(&file.model, &error, &ignored, text.data(), static_cast<unsigned int>(text.size()),
                                    file.folder)) {
     throw ToolError(error.empty() ? "it is no glTF 2.0 file" : OneLine(error));
   }
-  for (size_t i = 0; i < kinds.size(); ++i) {
-    std::vector<unsigned char>& data = file.model.buffers[i].data;
-    file.named_buffers.push_back(kinds[i] == BufferKind::kNamed);
-    if (kinds[i] == BufferKind::kBin) data.assign(container.bin->begin(), container.bin->end());
-    if (kinds[i] == BufferKind::kUnused) data.clear();
+  for (size_t i = 0; i < sources.size(); ++i) {
+    Fill(file, sources[i], container.bin, file.model.buffers[i].data);
+    file.named_buffers.push_back(!sources[i].uri.empty());
   }
   file.decoded_views = DecodeMeshoptViews(file.model);
   return file;
+}
+
+std::string ReadFileBeside(const GltfFile& file, const std::string& uri) {
+  return ReadWholeFile((std::filesystem::path(file.folder) / WithoutEscapes(uri)).string());
 }
 
 bool IsPrepared(const GltfFile& file) { return file.model.asset.generator.rfind(kGenerator, 0) == 0; }

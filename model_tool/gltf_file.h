@@ -39,6 +39,11 @@ GltfFile ReadGltfFile(const std::string& path);
 /// Whether the file was written by this program: its colours are what the screen is given, others' are light.
 bool IsPrepared(const GltfFile& file);
 
+/// The bytes of another file that this one names.
+///
+/// Failure  ToolError.
+std::string ReadFileBeside(const GltfFile& file, const std::string& uri);
+
 /// The bytes of a view, wherever they came from.
 ///
 /// Lifetime  as long as the file.

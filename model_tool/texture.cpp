@@ -1,10 +1,12 @@
 #include "model_tool/texture.h"
 
+#include <webp/decode.h>
+
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
+#include <cstring>
+#include <memory>
 
-#include "model_tool/files.h"
 #include "model_tool/tinygltf.h"
 #include "model_tool/tool_error.h"
 
@@ -35,15 +37,18 @@ Texture::Wrap WrapOf(int mode) {
   return mode == TINYGLTF_TEXTURE_WRAP_MIRRORED_REPEAT ? Texture::Wrap::kMirror : Texture::Wrap::kRepeat;
 }
 
-std::string WithoutEscapes(const std::string& uri) {
-  std::string path;
-  for (size_t i = 0; i < uri.size(); ++i) {
-    const std::string digits = uri[i] == '%' ? uri.substr(i + 1, 2) : "";
-    const bool escape = digits.size() == 2 && digits.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
-    path += escape ? static_cast<char>(std::stoi(digits, nullptr, 16)) : uri[i];
-    if (escape) i += 2;
-  }
-  return path;
+bool IsWebp(ByteRange bytes) {
+  return bytes.size >= 12 && std::memcmp(bytes.data, "RIFF", 4) == 0 && std::memcmp(bytes.data + 8, "WEBP", 4) == 0;
+}
+
+Texture DecodeWebp(const std::string& name, ByteRange bytes) {
+  int width = 0;
+  int height = 0;
+  const std::unique_ptr<uint8_t, decltype(&WebPFree)> pixels(WebPDecodeRGBA(bytes.data, bytes.size, &width, &height),
+                                                             &WebPFree);
+  if (!pixels) throw ToolError(name + " cannot be decoded");
+  const size_t size = 4 * static_cast<size_t>(width) * static_cast<size_t>(height);
+  return {width, height, {pixels.get(), pixels.get() + size}};
 }
 
 Texture DecodeImage(const GltfFile& file, const std::string& name, const GltfFile::Image& image) {
@@ -59,7 +64,7 @@ Texture DecodeImage(const GltfFile& file, const std::string& name, const GltfFil
     if (!tinygltf::DecodeDataURI(&bytes, ignored, uri, 0, false)) throw ToolError(name + " cannot be decoded");
     return DecodeTexture(name, {bytes.data(), bytes.size()});
   }
-  const std::string bytes = ReadWholeFile((std::filesystem::path(file.folder) / WithoutEscapes(image.uri)).string());
+  const std::string bytes = ReadFileBeside(file, image.uri);
   return DecodeTexture(name, {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()});
 }
 
@@ -74,6 +79,7 @@ Sample Texture::At(double u, double v) const {
 }
 
 Texture DecodeTexture(const std::string& name, ByteRange bytes) {
+  if (IsWebp(bytes)) return DecodeWebp(name, bytes);
   tinygltf::Image decoded;
   std::string error;
   std::string ignored;

@@ -42,7 +42,7 @@ class Texture {
   Wrap vertical_ = Wrap::kRepeat;
 };
 
-/// Decodes a picture of any kind that the library knows (PNG, JPEG, BMP, GIF, TGA, ...).
+/// Decodes a picture of any kind that tinygltf knows (PNG, JPEG, BMP, GIF, TGA, ...), or of WebP.
 ///
 /// `name` is for messages. Failure: ToolError.
 Texture DecodeTexture(const std::string& name, ByteRange bytes);

@@ -32,7 +32,7 @@ build_packages=(
 model_tool_packages=(
   libtinygltf-dev nlohmann-json3-dev libstb-dev                 # glTF, its buffers and pictures
   libdraco-dev libmeshoptimizer-dev                             # compressed data; welding and simplifying
-  libassimp-dev libcli11-dev                                    # other formats; the command line
+  libassimp-dev libwebp-dev libcli11-dev                        # other formats; WebP; the command line
 )
 test_packages=(
   "${model_tool_packages[@]}"

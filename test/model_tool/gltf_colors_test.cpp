@@ -1,6 +1,7 @@
 // Which flat colour each triangle gets.
 
 #include <gtest/gtest.h>
+#include <webp/encode.h>
 
 #include "test/model_tool/png.h"
 #include "test/model_tool/reference.h"
@@ -143,6 +144,17 @@ TEST_F(GltfColors, PictureMayLieBesideTheFileOrInItsText) {
   folder.Write("skin pic.png", Png(2, 1, {kRed, kBlue}));
   AddPicture({1});
   gltf.json["images"] = {{{"uri", "skin%20pic.png"}}};
+  AddTwoTriangles(Textured(), "TEXCOORD_0", HalfAndHalf());
+  ExpectTriangles(Prepare(gltf), InColors(DisplayOf(kRed), DisplayOf(kBlue)));
+}
+
+TEST_F(GltfColors, PictureMayBeWebp) {
+  const std::vector<uint8_t> pixels = {200, 10, 10, 255, 20, 40, 180, 255};
+  uint8_t* encoded = nullptr;
+  const size_t size = WebPEncodeLosslessRGBA(pixels.data(), 2, 1, 8, &encoded);
+  AddPicture(Bytes(encoded, encoded + size));
+  WebPFree(encoded);
+  gltf.json["textures"][0] = {{"extensions", {{"EXT_texture_webp", {{"source", 0}}}}}};
   AddTwoTriangles(Textured(), "TEXCOORD_0", HalfAndHalf());
   ExpectTriangles(Prepare(gltf), InColors(DisplayOf(kRed), DisplayOf(kBlue)));
 }
