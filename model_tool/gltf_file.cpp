@@ -150,10 +150,13 @@ std::vector<BufferSource> TakeApart(Json& document, GltfFile& file) {
     const Json& length = buffer["byteLength"];
     if (!length.is_number_unsigned()) throw ToolError("buffers[" + std::to_string(index) + "] has no byteLength");
     BufferSource source = {Source::kText, Text(buffer, "uri"), length.get<uint64_t>()};
-    // A place for decompressed data has no data of its own.
-    const bool bin = index == 0 && !HasExtension(buffer, "EXT_meshopt_compression");
-    if (source.uri.empty()) source.source = bin ? Source::kBin : Source::kNone;
-    if (!source.uri.empty() && source.uri.compare(0, 5, "data:") != 0) source.source = Source::kFile;
+    if (source.uri.empty()) {
+      source.source = index == 0 ? Source::kBin : Source::kNone;
+    } else if (source.uri.compare(0, 5, "data:") != 0) {
+      source.source = Source::kFile;
+    }
+    // A place for decompressed data needs no data of its own.
+    if (HasExtension(buffer, "EXT_meshopt_compression")) source.source = Source::kNone;
     if (source.source != Source::kText) {
       buffer["uri"] = "data:application/octet-stream;base64,AA==";
       buffer["byteLength"] = 1;

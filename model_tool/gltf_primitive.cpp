@@ -47,8 +47,9 @@ class Attributes {
   std::vector<uint32_t> Integers(const std::string& name, size_t components) const {
     if (FromDraco(name) != nullptr) {
       const std::vector<float> numbers = Numbers(name, components);
-      std::vector<uint32_t> integers;
-      for (const float number : numbers) integers.push_back(number > 0 ? static_cast<uint32_t>(number) : 0);
+      std::vector<uint32_t> integers(numbers.size());
+      std::transform(numbers.begin(), numbers.end(), integers.begin(),
+                     [](float number) { return number > 0 ? static_cast<uint32_t>(number) : 0; });
       return integers;
     }
     std::vector<uint32_t> integers = ReadIntegers(file_, Accessor(name), components);

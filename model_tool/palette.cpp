@@ -131,6 +131,7 @@ size_t ReducePalette(Scene& scene, size_t most) {
     for (const auto& [key, shade] : shades) palette[key] = Rounded((1 / shade.area) * shade.sum);
   } else {
     std::vector<Shade*> pointers;
+    pointers.reserve(count);
     for (auto& [key, shade] : shades) pointers.push_back(&shade);
     Split(pointers, most);
     Settle(pointers, most);

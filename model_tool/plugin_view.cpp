@@ -9,6 +9,14 @@ namespace model_tool {
 
 namespace {
 
+// In a person's words.
+std::string Plain(const std::string& loader_words) {
+  if (loader_words.empty()) return "it names data that does not exist";
+  if (loader_words == "pos type") return "its positions are quantised or compressed, or it has none";
+  if (loader_words == "no POSITION") return "it has no positions";
+  return loader_words;
+}
+
 // Its lines "Failed to load mesh 3: fail: pos type"; a mesh may fail without a word.
 std::map<int, std::string> FailedMeshes(const std::string& log) {
   std::map<int, std::string> failed;
@@ -19,7 +27,7 @@ std::map<int, std::string> FailedMeshes(const std::string& log) {
     if (line.rfind(beginning, 0) != 0 || colon == std::string::npos) continue;
     std::string why = line.substr(colon + 2);
     if (why.rfind("fail: ", 0) == 0) why.erase(0, 6);
-    failed[std::stoi(line.substr(beginning.size()))] = why.empty() ? "it has no data" : why;
+    failed[std::stoi(line.substr(beginning.size()))] = Plain(why);
   }
   return failed;
 }
