@@ -38,7 +38,8 @@ void ForEachPiece(int pieces, const Function& function) {
     for (int column = 0; column < 2 * (pieces - row) - 1; ++column) {
       const bool inverted = column % 2 != 0;
       const double third = inverted ? 2.0 / 3 : 1.0 / 3;
-      const double b = (column / 2 + third) * step;
+      const int place = column / 2;  // every other triangle stands on its tip between two others
+      const double b = (place + third) * step;
       const double c = (row + third) * step;
       function(std::array<double, 3>{1 - b - c, b, c});
     }
