@@ -5,7 +5,8 @@
 #   plugin    building the plug-in alone
 #   sysroot   building the plug-in alone for AArch64, against a sysroot
 #   build     the plug-in and the development host, and what the host needs to draw without a GPU
-#   test      what building and running the tests needs on top
+#   model_tool  what building orbisk_model needs on top of `build`
+#   test      what building and running the tests needs on top, orbisk_model among it
 #   aarch64   what building for AArch64 needs on top of `build`; named along with `test`, also what the tests need on top
 #             to be built for it and run here
 #   bench     what ./bench.sh needs on top of `build` and `test`
@@ -28,7 +29,13 @@ build_packages=(
   libegl1 libgles2 libegl-mesa0 libgl1-mesa-dri                 # Mesa, whose llvmpipe draws on the CPU
   fontconfig fonts-dejavu-core                                  # the writing under the host's pictures
 )
+model_tool_packages=(
+  libtinygltf-dev nlohmann-json3-dev libstb-dev                 # glTF, its buffers and pictures
+  libdraco-dev libmeshoptimizer-dev                             # compressed data; welding and simplifying
+  libassimp-dev libwebp-dev libcli11-dev                        # other formats; WebP; the command line
+)
 test_packages=(
+  "${model_tool_packages[@]}"
   libgtest-dev libgmock-dev libpng-dev
   python3 python3-yaml                                          # the assets' script and pubspec.yaml are checked
   clang                                                         # builds the Flutter package, as its tooling does
@@ -72,6 +79,7 @@ for group in "${groups[@]}"; do
     plugin) packages+=("${plugin_packages[@]}") ;;
     sysroot) packages+=("${sysroot_packages[@]}") ;;
     build) packages+=("${build_packages[@]}") ;;
+    model_tool) packages+=("${model_tool_packages[@]}") ;;
     test) packages+=("${test_packages[@]}") ;;
     aarch64)
       packages+=("${aarch64_packages[@]}")

@@ -6,7 +6,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install_packages.sh build lint
+scripts/install_packages.sh build model_tool lint
 
 # Git's own list, so that no build folder is looked through.
 git ls-files -z '*.cpp' '*.h' | xargs -0 clang-format-14 --dry-run -Werror
