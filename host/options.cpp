@@ -117,9 +117,6 @@ int TakeFrames(const std::string& text) {
   return *frames;
 }
 
-// CLI11's own messages, some of which run over several lines.
-std::string FirstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
-
 }  // namespace
 
 Options ParseOptions(int argc, const char* const* argv, bool display_present) {
@@ -190,13 +187,7 @@ Options ParseOptions(int argc, const char* const* argv, bool display_present) {
       ->group("Other");
   app.set_help_flag("-h,--help", "Show this text and end")->group("Other");
 
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::CallForHelp&) {
-    throw OptionsExit(app.help(), true);
-  } catch (const CLI::ParseError& error) {
-    throw OptionsExit(FirstLine(error.what()), false);
-  }
+  ParseCommandLine(app, argc, argv);
 
   if (options.window && headless) throw OptionsExit("--window and --headless exclude each other", false);
   if (size) TakeSize(*size, &options);

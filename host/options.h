@@ -2,9 +2,9 @@
 #define HOST_OPTIONS_H_
 
 #include <optional>
-#include <stdexcept>
 #include <string>
 
+#include "host/command_line.h"
 #include "host/orientation.h"
 
 namespace host {
@@ -31,17 +31,6 @@ struct Options {
   int frames = 12;
   bool verbose = false;
   std::string plugin;  // empty: beside this program
-};
-
-/// A command line that runs nothing: it asked for help, or it is wrong.
-class OptionsExit : public std::runtime_error {
- public:
-  OptionsExit(const std::string& text, bool help) : std::runtime_error(text), help_(help) {}
-  /// True: what() is the help text. False: what() is one line that says what is wrong.
-  bool help() const { return help_; }
-
- private:
-  const bool help_;
 };
 
 /// Reads the command line. `display_present` decides between window and pictures when it says neither.

@@ -3,6 +3,7 @@
 #include <exception>
 #include <iostream>
 
+#include "host/command_line.h"
 #include "model_tool/check.h"
 #include "model_tool/options.h"
 #include "model_tool/prepare.h"
@@ -29,7 +30,7 @@ int main(int argc, char** argv) {
       return 0;
     }
     return RunCheck(std::get<model_tool::CheckOptions>(options));
-  } catch (const model_tool::OptionsExit& exit) {
+  } catch (const host::OptionsExit& exit) {
     if (exit.help()) {
       std::cout << exit.what() << std::flush;
       return 0;

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "host/command_line.h"
 #include "model_tool/orientation.h"
 
 namespace model_tool {
@@ -27,11 +28,9 @@ refused. Of both: 3 a file cannot be read or written, 64 the command line is wro
 std::optional<Vec3> TakeAxis(const std::string& option, const std::optional<std::string>& text) {
   if (!text) return std::nullopt;
   const std::optional<Vec3> axis = AxisNamed(*text);
-  if (!axis) throw OptionsExit(option + ": expected +X, -X, +Y, -Y, +Z or -Z, found \"" + *text + "\"", false);
+  if (!axis) throw host::OptionsExit(option + ": expected +X, -X, +Y, -Y, +Z or -Z, found \"" + *text + "\"", false);
   return axis;
 }
-
-std::string FirstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
 
 void AddCheck(CLI::App& app, CheckOptions& check) {
   CLI::App& command = *app.add_subcommand("check", "Say what the plug-in would make of a file");
@@ -78,13 +77,7 @@ Options ParseOptions(int argc, const char* const* argv) {
   app.get_formatter()->column_width(26);
   AddCheck(app, check);
   AddPrepare(app, prepare, up, front);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::CallForHelp&) {
-    throw OptionsExit(app.help(), true);
-  } catch (const CLI::ParseError& error) {
-    throw OptionsExit(FirstLine(error.what()), false);
-  }
+  host::ParseCommandLine(app, argc, argv);
   if (app.got_subcommand("check")) return check;
   prepare.up = TakeAxis("--up", up);
   prepare.front = TakeAxis("--front", front);

@@ -167,7 +167,7 @@ inline Matrix4 ModelMatrix(const Quaternion& orientation, float scale, const std
 /// Turns the whole scene by the reference orientation and moves it away from the camera.
 ///
 /// NOTE: yaw turns about Z, roll about Y and pitch about X, unlike the current orientation's angles.
-/// SceneTransformTest.BaseAnglesTurnAboutTheirOwnAxes holds it.
+/// SceneTransformTest.BaseAnglesTurnAboutXThenYThenZThenMoveAway holds it.
 inline Matrix4 ViewMatrix(const EulerDegrees& base, float camera_distance) {
   return Translation(0.0f, 0.0f, -camera_distance) *
          (RotationZ(base.yaw) * (RotationY(base.roll) * RotationX(base.pitch)));

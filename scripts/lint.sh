@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Checks what a compiler run does not: the format of every C++ file, and the plug-in and the host under clang with its
-# thread-safety analysis and clang-tidy (.clang-tidy has the list), any warning an error. Installs what is missing first.
+# Checks what a compiler run does not: the format of every C++ file, and the plug-in, the host and orbisk_model under clang
+# with its thread-safety analysis and clang-tidy (.clang-tidy has the list), any warning an error. Installs what is missing
+# first.
 #
 # usage: scripts/lint.sh
 set -euo pipefail

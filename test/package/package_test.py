@@ -24,6 +24,7 @@ FILES = {
     "share/doc/liborbisk-plugin/docs/contact_sheet.png",
     "share/doc/liborbisk-plugin/docs/flutter.md",
     "share/doc/liborbisk-plugin/docs/limits.md",
+    "share/doc/liborbisk-plugin/docs/models.md",
     "share/doc/liborbisk-plugin/docs/performance.md",
     "share/doc/liborbisk-plugin/docs/performance/frame_by_pixels.svg",
     "share/doc/liborbisk-plugin/docs/performance/frame_by_vertices.svg",
